@@ -1,0 +1,50 @@
+# Flags that every target of the project shares.
+
+if(ZTREE_TOP_LEVEL)
+    if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
+        set(CMAKE_BUILD_TYPE RelWithDebInfo CACHE STRING "" FORCE)
+    endif()
+    find_program(ZTREE_CCACHE ccache)
+    if(ZTREE_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+        set(CMAKE_CXX_COMPILER_LAUNCHER ${ZTREE_CCACHE})
+    endif()
+    set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+endif()
+
+function(ztree_compile_options target)
+    target_compile_features(${target} PUBLIC cxx_std_17)
+    set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF)
+    target_compile_options(${target} PRIVATE -Wall -Wextra -Wconversion -Wshadow)
+    if(ZTREE_TOP_LEVEL)
+        target_compile_options(${target} PRIVATE -Werror)
+    endif()
+    if(WIN32)
+        # Doubles then round alike on both targets.
+        target_compile_options(${target} PRIVATE -msse2 -mfpmath=sse)
+        target_compile_definitions(${target} PRIVATE UNICODE=1 WIN32_LEAN_AND_MEAN NOMINMAX _WIN32_WINNT=0x0601)
+    endif()
+    if(ZTREE_SANITIZE)
+        target_compile_options(${target} PRIVATE -fsanitize=${ZTREE_SANITIZE} -fno-omit-frame-pointer)
+        if(NOT ZTREE_SANITIZE STREQUAL "thread")
+            target_compile_options(${target} PRIVATE -fno-sanitize-recover=all)
+        endif()
+    endif()
+endfunction()
+
+function(ztree_link_options target)
+    if(ZTREE_SANITIZE)
+        target_link_options(${target} PRIVATE -fsanitize=${ZTREE_SANITIZE})
+    endif()
+    if(WIN32)
+        # An exception crosses the border of the DLL only when both sides share one libgcc, and is counted and
+        # freed by the right side only when they share one libstdc++.
+        target_link_options(${target} PRIVATE -shared-libgcc)
+    endif()
+endfunction()
+
+# System libraries only: the product depends on nothing else.
+function(ztree_system_libraries target)
+    if(WIN32)
+        target_link_libraries(${target} PRIVATE ole32 oleaut32 advapi32 user32 kernel32)
+    endif()
+endfunction()
