@@ -1,0 +1,93 @@
+#include "platform/codepage.h"
+
+#include "platform/syserror.h"
+
+#include <windows.h>
+
+namespace platform {
+
+namespace {
+
+// A negative length would mean "up to the terminator" to the system.
+bool badArguments(const void* from, int n, const void* to, int room) noexcept
+{
+    if (from && n >= 1 && room >= 0 && (to || !room))
+        return false;
+    SetLastError(ERROR_INVALID_PARAMETER);
+    return true;
+}
+
+void mapWide(DWORD how, zwchar* w, int n) noexcept
+{
+    if (w && n > 0)
+        LCMapStringW(GetThreadLocale(), how, w, n, w, n);
+}
+
+zwchar mapUnit(DWORD how, zwchar c) noexcept
+{
+    zwchar mapped = c;
+    LCMapStringW(GetThreadLocale(), how, &c, 1, &mapped, 1);
+    return mapped;
+}
+
+} // namespace
+
+int toWide(unsigned codepage, const char* s, int n, zwchar* out, int room) noexcept
+{
+    return badArguments(s, n, out, room) ? 0 : MultiByteToWideChar(codepage, 0, s, n, out, room);
+}
+
+int toNarrow(unsigned codepage, const zwchar* w, int n, char* out, int room) noexcept
+{
+    if (badArguments(w, n, out, room))
+        return 0;
+    return WideCharToMultiByte(codepage, 0, w, n, out, room, nullptr, nullptr);
+}
+
+unsigned ansiCodepage() noexcept
+{
+    return GetACP();
+}
+
+bool isLeadByte(unsigned codepage, unsigned char c) noexcept
+{
+    return IsDBCSLeadByteEx(codepage, c) != FALSE;
+}
+
+void upperAnsi(char* s, int n) noexcept
+{
+    if (s && n > 0)
+        CharUpperBuffA(s, static_cast<DWORD>(n));
+}
+
+void lowerAnsi(char* s, int n) noexcept
+{
+    if (s && n > 0)
+        CharLowerBuffA(s, static_cast<DWORD>(n));
+}
+
+void upperWide(zwchar* w, int n) noexcept
+{
+    mapWide(LCMAP_UPPERCASE, w, n);
+}
+
+void lowerWide(zwchar* w, int n) noexcept
+{
+    mapWide(LCMAP_LOWERCASE, w, n);
+}
+
+zwchar upperUnit(zwchar c) noexcept
+{
+    if (c < 0x80) // no locale maps these otherwise without being asked for linguistic casing
+        return c >= 'a' && c <= 'z' ? static_cast<zwchar>(c - 0x20) : c;
+    return mapUnit(LCMAP_UPPERCASE, c);
+}
+
+zwchar lowerUnit(zwchar c) noexcept
+{
+    if (c < 0x80)
+        return c >= 'A' && c <= 'Z' ? static_cast<zwchar>(c + 0x20) : c;
+    return mapUnit(LCMAP_LOWERCASE, c);
+}
+
+} // namespace platform
