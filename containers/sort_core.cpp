@@ -1,0 +1,245 @@
+#include "containers/sort_core.h"
+
+namespace sortcore {
+
+namespace {
+
+const ZSortObject* entry(const ArrayCore& core, int i)
+{
+    return static_cast<const ZSortObject*>(core.entries()[i]);
+}
+
+// Nulls have no place in the order; they compare equal to all, so that nothing follows them.
+int order(const ZSortObject* a, const ZSortObject* b)
+{
+    return a && b ? a->compare(b) : 0;
+}
+
+const ZSortObject* object(const void* p)
+{
+    return static_cast<const ZSortObject*>(p);
+}
+
+void siftDown(const void** e, int root, int n)
+{
+    const void* moving = e[root];
+    for (int child; (child = 2 * root + 1) < n; root = child) {
+        if (child + 1 < n && order(object(e[child]), object(e[child + 1])) < 0)
+            ++child;
+        if (order(object(moving), object(e[child])) >= 0)
+            break;
+        e[root] = e[child];
+        e[child] = moving;
+    }
+}
+
+void heapSort(const void** e, int n)
+{
+    for (int i = n / 2; i-- > 0;)
+        siftDown(e, i, n);
+    for (int last = n - 1; last > 0; --last) {
+        std::swap(e[0], e[last]);
+        siftDown(e, 0, last);
+    }
+}
+
+struct Range {
+    int first;
+    int last;
+    int size() const { return last - first + 1; }
+};
+
+// One pass over the range; the two parts that remain to be sorted.
+void partition(const void** e, Range r, Range& left, Range& right)
+{
+    const ZSortObject* pivot = object(e[r.first + (r.last - r.first) / 2]);
+    int i = r.first;
+    int j = r.last;
+    do {
+        while (i < r.last && order(pivot, object(e[i])) >= 1)
+            ++i;
+        while (j > r.first && order(pivot, object(e[j])) < 0)
+            --j;
+        if (i <= j) {
+            if (i != j && order(object(e[i]), object(e[j])) != 0)
+                std::swap(e[i], e[j]);
+            ++i;
+            --j;
+        }
+    } while (i <= j);
+    left = {r.first, j};
+    right = {i, r.last};
+}
+
+// Which of two equal objects comes first follows from the pivots, and callers see it. So the
+// partitions are the plain ones; their order does not matter, and taking the smaller part first
+// bounds the stack by log2(n).
+void quickSort(const void** e, int n)
+{
+    Range open[32];
+    int depth = 0;
+    int levels = 8;
+    for (int rest = n; rest > 1; rest /= 2)
+        levels += 8;
+    // Arrangements made to meet the worst pivot every time would cost n * n; far beyond what any
+    // other one needs, what is left is sorted in another way.
+    std::int64_t budget = static_cast<std::int64_t>(n) * levels;
+    Range now = {0, n - 1};
+    for (;;) {
+        while (now.size() > 1) {
+            budget -= now.size();
+            if (budget < 0) {
+                heapSort(e + now.first, now.size());
+                break;
+            }
+            Range left = {};
+            Range right = {};
+            partition(e, now, left, right);
+            if (left.size() < right.size())
+                std::swap(left, right);
+            now = right; // the smaller
+            open[depth++] = left;
+        }
+        if (depth == 0)
+            return;
+        now = open[--depth];
+    }
+}
+
+// The index behind the last entry that sorts before obj. Entries that were added behind the ordered
+// front and turn out to stand in order join it.
+int insertPosition(ArrayCore& core, const ZSortObject* obj)
+{
+    const int count = core.size();
+    int ordered = core.ordered();
+    if (ordered < count) {
+        if (ordered == 0 && entry(core, 0))
+            ordered = 1;
+        while (ordered > 0 && ordered < count && entry(core, ordered) &&
+               entry(core, ordered - 1)->compare(entry(core, ordered)) <= 0)
+            ++ordered;
+        core.setOrdered(ordered);
+        for (int i = count; i-- > ordered;) {
+            if (entry(core, i) && entry(core, i)->compare(obj) < 0)
+                return i + 1;
+        }
+    }
+    // The front stands in order. Most objects come last.
+    if (ordered == 0 || entry(core, ordered - 1)->compare(obj) < 0)
+        return ordered;
+    int low = 0;
+    int high = ordered - 1;
+    while (low < high) {
+        const int middle = low + (high - low) / 2;
+        if (entry(core, middle)->compare(obj) < 0)
+            low = middle + 1;
+        else
+            high = middle;
+    }
+    return low;
+}
+
+} // namespace
+
+int insert(ArrayCore& core, const ZSortObject* obj)
+{
+    const int i = insertPosition(core, obj);
+    const int ordered = core.ordered();
+    if (!core.insertAt(i, obj))
+        return -1;
+    core.setOrdered(i <= ordered ? ordered + 1 : ordered);
+    return i;
+}
+
+int search(const ArrayCore& core, const ZSortObject* key)
+{
+    int low = 0;
+    int high = core.size();
+    while (low < high) {
+        const int middle = low + (high - low) / 2;
+        if (!entry(core, middle))
+            return -1;
+        const int r = key->compare(entry(core, middle));
+        if (r > 0) {
+            if (low == middle)
+                return -1;
+            low = middle;
+        } else if (r < 0) {
+            high = middle;
+        } else {
+            low = middle;
+            break;
+        }
+    }
+    if (low >= high)
+        return -1;
+    // The first of the equal ones is a few steps to the left, unless there are very many.
+    int first = low;
+    int walked = 0;
+    while (first > 0 && entry(core, first - 1) && key->compare(entry(core, first - 1)) == 0) {
+        --first;
+        if (++walked == 8 && first <= core.ordered()) {
+            int below = -1; // sorts before key, or the start
+            while (below + 1 < first) {
+                const int middle = below + (first - below) / 2;
+                if (key->compare(entry(core, middle)) == 0)
+                    first = middle;
+                else
+                    below = middle;
+            }
+        }
+    }
+    return first;
+}
+
+int searchLast(const ArrayCore& core, const ZSortObject* key)
+{
+    int i = core.size();
+    const int ordered = core.ordered();
+    while (i > ordered) {
+        --i;
+        const int r = order(key, entry(core, i));
+        if (entry(core, i) && r >= 0)
+            return r == 0 ? i : -1;
+    }
+    int low = 0; // entries below it do not sort behind key, those from i on do
+    while (low < i) {
+        const int middle = low + (i - low) / 2;
+        if (key->compare(entry(core, middle)) >= 0)
+            low = middle + 1;
+        else
+            i = middle;
+    }
+    return low > 0 && key->compare(entry(core, low - 1)) == 0 ? low - 1 : -1;
+}
+
+void sort(ArrayCore& core)
+{
+    const int count = core.size();
+    if (count < 2)
+        return;
+    const void** e = core.entries();
+    const bool whole = std::find(e, e + count, nullptr) == e + count;
+    core.setOrdered(0); // should a comparison throw
+    if (count > 2)
+        quickSort(e, count);
+    else if (order(object(e[0]), object(e[1])) >= 1)
+        std::swap(e[0], e[1]);
+    if (whole)
+        core.setOrdered(count);
+}
+
+void deleteAll(ArrayCore& core)
+{
+    for (int i = core.size(); i-- > 0;) {
+        const ZSortObject* obj = object(core.at(i));
+        if (!obj)
+            continue;
+        core.entries()[i] = nullptr;
+        core.setOrdered(std::min(core.ordered(), i));
+        delete obj;
+    }
+    core.removeAll();
+}
+
+} // namespace sortcore
