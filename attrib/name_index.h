@@ -1,0 +1,158 @@
+#pragma once
+// Finds the first of many named entries by the hash of its name. Kept beside an ordered list of entries,
+// which stays the only truth: a hash only says where to look.
+
+#include "platform/heap.h"
+
+#include <ztree/types.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstdint>
+#include <cstring>
+#include <thread>
+
+namespace ztree_impl {
+
+/// Hash of a name folded by ASCII case. Names that compare equal ignoring case must hash alike: units
+/// above 127 count as one value, since wide names fold some of them too.
+template <class Ch> inline std::uint32_t foldedHash(const Ch* name, int n) noexcept
+{
+    std::uint32_t h = 2166136261u;
+    for (int i = 0; i < n; ++i) {
+        std::uint32_t c =
+            sizeof(Ch) == 1 ? static_cast<unsigned char>(name[i]) : static_cast<std::uint16_t>(name[i]);
+        if (c - 'A' < 26u)
+            c |= 0x20;
+        else if (c > 127)
+            c = 128;
+        h = (h ^ c) * 16777619u;
+    }
+    return h ^ (h >> 15);
+}
+
+/// Hash chains over the entries 0 to n - 1 of a list, each chain in list order. Whoever changes the name
+/// of an entry that stands in the chains, or the order of the list, calls forget(); appending needs nothing.
+///
+/// Threads: find() of a list that nobody changes may run in several threads. The chains are brought up to
+/// date under one library-wide lock; a thread that sees them complete reads them without a lock.
+class NameIndex : public platform::HeapObject {
+public:
+    NameIndex() noexcept = default;
+    NameIndex(const NameIndex&) = delete;
+    NameIndex& operator=(const NameIndex&) = delete;
+    ~NameIndex()
+    {
+        platform::heapFree(m_buckets);
+        platform::heapFree(m_next);
+    }
+
+    /// The first entry i of [0, count) for which matches(i), or -1. Only entries with hashOf(i) == hash can
+    /// match; add(i, hash&) gives the hash of an entry that enters the chains, or false when it must not
+    /// (then all lookups scan until forget()). Chains are built once scanning has cost as much as building
+    /// them, so that removals between lookups do not rebuild them each time.
+    template <class Add, class Matches>
+    int find(int count, std::uint32_t hash, Add add, Matches matches) noexcept
+    {
+        if (count == 0) // nothing covered looks like all covered
+            return -1;
+        if (isCurrent(count) || (isWorthIt(count) && update(count, add))) {
+            for (int i = m_buckets[hash & m_mask].first; i >= 0; i = m_next[i])
+                if (matches(i))
+                    return i;
+            return -1;
+        }
+        int i = 0;
+        while (i < count && !matches(i))
+            ++i;
+        m_scanned.fetch_add(i, std::memory_order_relaxed);
+        return i < count ? i : -1;
+    }
+    void forget() noexcept
+    {
+        m_covered.store(0, std::memory_order_relaxed);
+        m_scanned.store(0, std::memory_order_relaxed);
+    }
+
+private:
+    struct Bucket {
+        std::int32_t first;
+        std::int32_t last;
+    };
+    static constexpr int refused = -1;
+
+    bool isCurrent(int count) const noexcept { return m_covered.load(std::memory_order_acquire) == count; }
+    bool isWorthIt(int count) const noexcept
+    {
+        const int covered = m_covered.load(std::memory_order_relaxed);
+        return covered > 0 || (covered == 0 && m_scanned.load(std::memory_order_relaxed) >= count);
+    }
+    template <class Add> bool update(int count, Add add) noexcept
+    {
+        while (s_busy.test_and_set(std::memory_order_acquire))
+            std::this_thread::yield();
+        const bool current = isCurrent(count) || cover(count, add);
+        s_busy.clear(std::memory_order_release);
+        return current;
+    }
+    template <class Add> bool cover(int count, Add add) noexcept
+    {
+        int done = m_covered.load(std::memory_order_relaxed);
+        if (done < 0)
+            return false;
+        if (count > m_room) {
+            done = 0;
+            m_covered.store(refused, std::memory_order_relaxed);
+            if (!makeRoom(count))
+                return false;
+        }
+        if (done == 0)
+            std::memset(static_cast<void*>(m_buckets), 0xFF, (std::size_t{m_mask} + 1) * sizeof(Bucket));
+        for (int i = done; i < count; ++i) {
+            std::uint32_t hash = 0;
+            if (!add(i, hash)) {
+                m_covered.store(refused, std::memory_order_relaxed);
+                return false;
+            }
+            Bucket& bucket = m_buckets[hash & m_mask];
+            m_next[i] = -1;
+            if (bucket.first < 0)
+                bucket.first = i;
+            else
+                m_next[bucket.last] = i;
+            bucket.last = i;
+        }
+        m_covered.store(count, std::memory_order_release);
+        return true;
+    }
+    bool makeRoom(int count) noexcept
+    {
+        std::size_t buckets = 64;
+        while (buckets < static_cast<std::size_t>(count) * 2)
+            buckets *= 2;
+        Bucket* freshBuckets = platform::allocArray<Bucket>(buckets);
+        std::int32_t* freshNext = platform::allocArray<std::int32_t>(buckets);
+        if (!freshBuckets || !freshNext) {
+            platform::heapFree(freshBuckets);
+            platform::heapFree(freshNext);
+            return false;
+        }
+        platform::heapFree(m_buckets);
+        platform::heapFree(m_next);
+        m_buckets = freshBuckets;
+        m_next = freshNext;
+        m_mask = static_cast<std::uint32_t>(buckets - 1);
+        m_room = static_cast<int>(std::min<std::size_t>(buckets, INT32_MAX));
+        return true;
+    }
+    static std::atomic_flag s_busy;
+
+    Bucket* m_buckets = nullptr;
+    std::int32_t* m_next = nullptr;
+    std::uint32_t m_mask = 0;
+    int m_room = 0;
+    std::atomic<int> m_covered{0}; // entries in the chains, or refused
+    std::atomic<std::int64_t> m_scanned{0};
+};
+
+} // namespace ztree_impl

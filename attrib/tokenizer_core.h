@@ -1,0 +1,125 @@
+#pragma once
+// The one body behind the three tokenizers.
+
+#include "attrib/delimiters.h"
+#include "platform/heap.h"
+
+#include <ztree/tokenizer.h>
+
+namespace ztree_impl {
+
+struct NarrowTokens {
+    using Char = char;
+    using String = ZString;
+    static constexpr bool strictLines = false;
+    static const char* seps() { return " \t\r\n"; }
+};
+/// Texts of explicit length: a lone line-end character never ends a token, and NUL may count as a delimiter.
+struct ExactTokens : NarrowTokens {
+    static constexpr bool strictLines = true;
+};
+struct WideTokens {
+    using Char = zwchar;
+    using String = ZStringW;
+    static constexpr bool strictLines = false;
+    static const zwchar* seps() { return ZTEXT(" \t\r\n"); }
+};
+
+template <class Kind> class TokenizerCore : public platform::HeapObject {
+public:
+    using Ch = typename Kind::Char;
+    using String = typename Kind::String;
+    enum : int { exact = 1, joinLineEnd = 2, nulDelimits = 8 };
+
+    TokenizerCore() = default;
+    TokenizerCore(const TokenizerCore&) = delete;
+    TokenizerCore& operator=(const TokenizerCore&) = delete;
+
+    ~TokenizerCore() { platform::heapFree(m_token); }
+
+    void init(const Ch* text, int length, const Ch* seps, int mode);
+    void assign(const TokenizerCore& other);
+    const String& text() const noexcept { return m_text; }
+    void setSeps(const Ch* seps);
+    const Ch* seps() const noexcept { return orEmpty(m_seps); }
+    void setMode(int mode) noexcept { m_mode = mode; }
+    int mode() const noexcept { return m_mode; }
+    bool hasMore() const noexcept { return m_at < m_end && m_sepSet.count() > 0; }
+    int skip(const Ch* chars) noexcept;
+    Ch lastSplit() const noexcept { return m_split; }
+
+    /// A piece of the text, and where the tokenizer stands once the piece is handed out: copying it may fail.
+    struct Piece {
+        const Ch* text;
+        const Ch* end;
+        const Ch* next;
+        Ch split;
+
+        int length() const noexcept { return static_cast<int>(end - text); }
+    };
+    /// The next token. All pointers are null for an empty text.
+    Piece cut(const Ch* delims, int mode) const noexcept;
+    /// The next `size` units, as far as there are any.
+    Piece chunk(int size) const noexcept;
+    void accept(const Piece& piece) noexcept
+    {
+        m_at = piece.next;
+        m_split = piece.split;
+    }
+    /// Cuts, keeps the token and returns it; null for an empty text.
+    const Ch* next(const Ch* delims, int mode);
+
+private:
+    static const Ch* orEmpty(const String& s) noexcept
+    {
+        static const Ch none = 0;
+        return s.length() ? static_cast<const Ch*>(s.getBuffer()) : &none;
+    }
+    void setText(String&& text, int position) noexcept;
+    template <class Set> Piece cutBy(const Set& set, bool given, int mode) const noexcept;
+    [[gnu::noinline]] Piece cutByOthers(const Ch* delims, int mode) const noexcept;
+    const Ch* passSeps(const Ch* p) const noexcept;
+    void makeTokenRoom(int length);
+
+    // The text is never changed while it is held, so that its parts stay where they are.
+    const Ch* m_at = nullptr; // the next unread unit
+    const Ch* m_end = nullptr;
+    Ch* m_token = nullptr;
+    int m_tokenRoom = 0;
+    int m_mode = 0;
+    Ch m_split = 0;
+    FewDelimiters<Ch> m_sepSet; // of m_seps
+    String m_text;
+    String m_seps;
+};
+
+extern template class TokenizerCore<NarrowTokens>;
+extern template class TokenizerCore<ExactTokens>;
+extern template class TokenizerCore<WideTokens>;
+
+} // namespace ztree_impl
+
+class mZTokenizer final : public ztree_impl::TokenizerCore<ztree_impl::NarrowTokens> {};
+class mZTokenizerEx final : public ztree_impl::TokenizerCore<ztree_impl::ExactTokens> {};
+class mZTokenizerW final : public ztree_impl::TokenizerCore<ztree_impl::WideTokens> {};
+
+namespace ztree_impl {
+
+[[noreturn]] void throwMemory();
+
+/// The implementation object for a constructor, filled by fill(*impl). Throws structExcept 0x84201001.
+template <class Impl, class Fill> Impl* makeTokenizer(Fill fill)
+{
+    Impl* impl = new Impl;
+    if (!impl)
+        throwMemory();
+    try {
+        fill(*impl);
+    } catch (...) {
+        delete impl;
+        throw;
+    }
+    return impl;
+}
+
+} // namespace ztree_impl

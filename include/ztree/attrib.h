@@ -1,0 +1,6 @@
+#pragma once
+/// @file attrib.h
+/// Attributes and tokenizers.
+
+#include <ztree/attributes.h>
+#include <ztree/tokenizer.h>
