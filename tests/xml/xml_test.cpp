@@ -1,0 +1,329 @@
+#include "support/heap_fixture.h"
+#include "support/twins.h"
+
+#include <ztree/ext/xml.h>
+#include <ztree/xml.h>
+
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <memory>
+#include <sstream>
+
+namespace {
+
+class XmlTest : public HeapTest {
+protected:
+    static std::string asText(ZTree& tree)
+    {
+        ZString out;
+        treeString(&tree, out);
+        return std::string(out.getBuffer() ? out.getBuffer() : "", static_cast<std::size_t>(out.length()));
+    }
+};
+
+TEST_F(XmlTest, elementsAreFoundByNameAndRel)
+{
+    ZXmlTag root(nullptr, "root");
+    for (const char* tag : {"b", "item Rel=one", "a", "item Rel=\"two\""}) {
+        ZXmlTag* child = new ZXmlTag(&root);
+        child->setData(tag);
+    }
+    EXPECT_EQ(root.getChildIndex(root.getChild("item(two)")), 3);
+    EXPECT_EQ(root.getChildIndex(root.getChild("item")), 1);
+    EXPECT_EQ(root.getChild("item(three)"), nullptr);
+    root.sortChildren();
+    EXPECT_STREQ(root.getChild(0)->getName(), "a");
+    EXPECT_EQ(root.getChild("c"), nullptr);
+    ASSERT_NE(root.getChild("item(two)"), nullptr);
+    EXPECT_STREQ(root.getChild("item(two)")->getAttrib("rel"), "two");
+    EXPECT_EQ(root.getChild("item(none)"), nullptr);
+    EXPECT_STREQ(root.getChild("b")->getName(), "b");
+    // Named children stand in the list twice, and are deleted once.
+    root.addChild("twice", "text");
+    EXPECT_EQ(root.getChildCount(), 6);
+    EXPECT_EQ(root.getChild(4), root.getChild(5));
+    EXPECT_EQ(root.compare(&root), 0);
+    struct Case {
+        const char* tag;
+        int kind;
+        const char* name;
+    };
+    for (const Case& c :
+         {Case{"br/", 2, "br"}, {"/p", 1, "p"}, {"?xml version='1.0'?", 3, "?xml"}, {"x y=1", 0, "x"}}) {
+        ZXmlTag tag;
+        EXPECT_EQ(tag.getKind(), -1);
+        tag.setData(c.tag);
+        EXPECT_EQ(tag.getKind(), c.kind) << c.tag;
+        EXPECT_STREQ(tag.getName(), c.name);
+    }
+}
+
+TEST_F(XmlTest, readerStepsThroughSiblings)
+{
+    ZXmlReader reader("<?xml version='1.0'?><!DOCTYPE r><r><a>1</a><b/><a>2</a> lost</r>");
+    EXPECT_FALSE(reader.load(false, true));
+    EXPECT_STREQ(reader.getRoot()->getName(), "?xml");
+    ZXmlTag* r = reader.getRoot()->getChild(0)->getChild(0);
+    ZXmlTag* a = reader.findChild(r, "a");
+    EXPECT_EQ(reader.findNextChild(r, a, "a", false), nullptr);
+    EXPECT_STREQ(reader.findNextChild(r, a, "a", true)->getText(), "2");
+    EXPECT_STREQ(reader.findNextChild(r, a, nullptr, false)->getName(), "b");
+    EXPECT_EQ(r->getText(), nullptr);
+    const std::unique_ptr<ZTree> tree(reader.createTree(true));
+    EXPECT_EQ(asText(*tree), "<r><a>1</a><b/><a>2</a></r>");
+    EXPECT_TRUE(reader.load(false, false)); // nothing is left
+    EXPECT_EQ(reader.createTree(true), nullptr);
+}
+
+TEST_F(XmlTest, writerWritesItsBytes)
+{
+    ZXmlFile file;
+    const char* text = nullptr;
+    EXPECT_EQ(file.start(&text, "Doc", "doc.dtd"), 0);
+    file.descend("a", 0);
+    file.writeStr("b", "x<&amp;&");
+    file.ascend();
+    file.writeCommand("Cmd", 7, nullptr);
+    file.writeCommand("Cmd", -7, "q\"");
+    file.writeData("d", "abc \r\n", 6);
+    file.lineFeed();
+    const unsigned char digits[] = {0x12, 0x3F};
+    file.writePacked("p", digits, 4);
+    file.writeAmount("m", 2.5, 3);
+    file.writeStr("long", std::string(80, 'l').c_str());
+    EXPECT_EQ(file.finish(), 1);
+    EXPECT_EQ(file.ascend(), 0);
+    EXPECT_STREQ(text, ("\xEF\xBB\xBF<?xml version=\"1.0\" encoding=\"utf-8\" standalone=\"no\"?>\n"
+                        "<!DOCTYPE Doc SYSTEM \"doc.dtd\">\n"
+                        "<a>\n   <b>x&lt;&amp;&amp;</b></a>\n"
+                        "<Cmd Command=\"7\"/>\n<Cmd Command=\"-7\" Query=\"q&quot;\"/>\n"
+                        "<d>abc</d>\n<p>123?</p><m>2.500</m><long>\n   " +
+                        std::string(80, 'l') + "</long>\n")
+                           .c_str());
+}
+
+TEST_F(XmlTest, branchesAreWrittenWithTheirIdentity)
+{
+    ZTree tree;
+    ZTBranch order("Order");
+    order.addAttrib(ZAttrib("a", "1"), false);
+    tree.add(order);
+    tree.add(ZTBranch("VELIdentity", "77", 2));
+    tree.add(ZTBranch("Empty"));
+    tree.add(ZTBranch("Price", 2.5, 2));
+    ZTBranch identity("Order");
+    for (const char* name : {"Module", "Name", "Command", "Query"})
+        identity.addAttrib(ZAttrib(name, std::string(name) == "Query" ? "x.y.z" : name), false);
+    ZXmlFile file;
+    const char* text = nullptr;
+    file.start(&text, nullptr, nullptr);
+    file.writeBranch(&tree, &identity, 0);
+    file.finish();
+    EXPECT_STREQ(text, "<Order a=\"1\">\n"
+                       "   <Link>\n      <Module>\n"
+                       "         <Name Command=\"Command\" Query=\"x.y.77\"/>\n"
+                       "      </Module>\n   </Link>\n"
+                       "   <Empty/>\n   <Price>2,50</Price>\n</Order>\n");
+}
+
+TEST_F(XmlTest, savedTreesReadBack)
+{
+    ZTree tree;
+    tree.add(ZTBranch("r"));
+    tree.add(ZTBranch("a", "1 < 2", 5));
+    SaveZTree("save_test.xml", &tree);
+    ZXmlReader reader;
+    EXPECT_EQ(reader.readFile("save_test.xml", 1252), 0);
+    EXPECT_FALSE(reader.load(false, true));
+    const std::unique_ptr<ZTree> back(reader.createTree(true));
+    EXPECT_EQ(asText(*back), asText(tree));
+    ZTreeW wide;
+    wide.add(ZTBranchW(ZTEXT("r")));
+    SaveZTreeW("save_test.xml", &wide);
+    ZXmlReaderW wideReader;
+    EXPECT_EQ(wideReader.readFile("save_test.xml", 0), 0);
+    EXPECT_FALSE(wideReader.load(false, true));
+    EXPECT_EQ(narrow(wideReader.getRoot()->getName()), "?xml");
+    SaveZTree("save_test.xml", nullptr);
+    EXPECT_EQ(reader.readFile("save_test.xml", 1252), 2);
+}
+
+// --- strict ---
+
+struct Refused {
+    const char* text;
+    ztree::XmlFault fault;
+    int line, column;
+};
+
+TEST_F(XmlTest, strictReaderNamesTheFirstFault)
+{
+    using F = ztree::XmlFault;
+    const Refused cases[] = {
+        {"", F::structure, 1, 1},
+        {"  text", F::structure, 1, 3},
+        {"<a>\n<b></a>", F::endTag, 2, 4},
+        {"<a>\r\n  <b>", F::endTag, 2, 6},
+        {"<a x='1' x='2'/>", F::attribute, 1, 10},
+        {"<a x='<'/>", F::syntax, 1, 7},
+        {"<a x=1/>", F::syntax, 1, 6},
+        {"<a x='1'y='2'/>", F::syntax, 1, 9},
+        {"<a>&nbsp;</a>", F::entity, 1, 4},
+        {"<a>\xC3\xA4&x</a>", F::syntax, 1, 5},
+        {"<a>& </a>", F::syntax, 1, 4},
+        {"<a>&#0;</a>", F::character, 1, 4},
+        {"<a>&#xFFFFFFFFFF;</a>", F::character, 1, 4},
+        {"<a>\x01</a>", F::character, 1, 4},
+        {"<a>\xC0\x80</a>", F::encoding, 1, 4},
+        {"<a>\xED\xA0\x80</a>", F::encoding, 1, 4},
+        {"<a>]]></a>", F::syntax, 1, 4},
+        {"<a><!-- -- --></a>", F::syntax, 1, 9},
+        {"<a><![CDATA[ ]]</a>", F::syntax, 1, 4},
+        {"<a/><b/>", F::structure, 1, 5},
+        {"<a/>x", F::structure, 1, 5},
+        {" <?xml version='1.0'?><a/>", F::syntax, 1, 2},
+        {"<?xml version='2.0'?><a/>", F::syntax, 1, 16},
+        {"<?xml version='1.0' encoding='nowhere'?><a/>", F::encoding, 1, 1},
+        {"<!DOCTYPE a [ <!ENTITY x 'y'> <a/>", F::syntax, 1, 31},
+        {"<1/>", F::syntax, 1, 2},
+        {"<a", F::syntax, 1, 3},
+        {"<a></a", F::syntax, 1, 7},
+    };
+    for (const Refused& c : cases) {
+        SCOPED_TRACE(c.text);
+        ZTree tree;
+        tree.add(ZTBranch("kept"));
+        ztree::XmlError error;
+        EXPECT_FALSE(ztree::readXml(c.text, std::strlen(c.text), tree, &error));
+        EXPECT_EQ(error.fault, c.fault) << error.message;
+        EXPECT_EQ(error.line, c.line) << error.message;
+        EXPECT_EQ(error.column, c.column) << error.message;
+        EXPECT_STREQ(tree.root()->getName(), "kept");
+    }
+}
+
+TEST_F(XmlTest, strictReaderKeepsWhatCounts)
+{
+    struct Case {
+        const char* text;
+        const char* tree;
+    };
+    const Case cases[] = {
+        {"<a/>", "<a/>"},
+        {"\xEF\xBB\xBF<?xml version=\"1.0\"?><!-- c --><!DOCTYPE a [<!ENTITY x '>'>]>\n<a></a><?p i?>",
+         "<a/>"},
+        {"<a>  </a>", "<a>  </a>"},
+        {"<a>\n <b/>\n</a>", "<a><b/></a>"},
+        {"<a>x <b>y</b> <c/> z</a>", "<a><#text>x </#text><b>y</b><#text> </#text><c/><#text> z</#text></a>"},
+        {"<a> <b/> <c/> z</a>", "<a><#text> </#text><b/><#text> </#text><c/><#text> z</#text></a>"},
+        {"<a>1<!-- -->2<![CDATA[<3>]]>&#52;&#x35;</a>", "<a>12<3>45</a>"},
+        {"<a> <!-- --> </a>", "<a>  </a>"},
+        {"<a x=' 1\t2\n3&#10;&lt;' y=\"'\"/>", "<a x=\" 1 2 3\n<\" y=\"'\"/>"},
+        {"<a>\r\n\r&amp;\r</a>", "<a>\n\n&\n</a>"},
+        {"<a>]] > ]</a>", "<a>]] > ]</a>"},
+        {"<a><b>&lt;</b><![CDATA[]]></a>", "<a><b><</b></a>"},
+        {"<?xml version='1.0' encoding='windows-1252'?><a>\x80</a>", "<a>\xE2\x82\xAC</a>"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.text);
+        ZTree tree;
+        ztree::XmlError error;
+        ASSERT_TRUE(ztree::readXml(c.text, std::strlen(c.text), tree, &error)) << error.message;
+        EXPECT_EQ(asText(tree), c.tree);
+        for (const int indent : {-1, 0, 2}) {
+            ZString document;
+            ASSERT_TRUE(ztree::writeXml(tree, document, &error, {indent, indent == 2})) << error.message;
+            ZTree again;
+            ASSERT_TRUE(ztree::readXml(document.getBuffer(), static_cast<std::size_t>(document.length()),
+                                       again, &error))
+                << error.message << document.getBuffer();
+            EXPECT_EQ(asText(again), c.tree) << document.getBuffer();
+        }
+    }
+    const char wide[] = "\xFF\xFE<\0a\0>\0\xAC\x20<\0/\0a\0>\0";
+    ZTree tree;
+    EXPECT_TRUE(ztree::readXml(wide, sizeof wide - 1, tree));
+    EXPECT_EQ(asText(tree), "<a>\xE2\x82\xAC</a>");
+    ZTree bad;
+    bad.add(ZTBranch("a", "\x01", 1));
+    ZString out("before");
+    ztree::XmlError error;
+    EXPECT_FALSE(ztree::writeXml(bad, out, &error));
+    EXPECT_EQ(error.fault, ztree::XmlFault::unrepresented);
+    EXPECT_STREQ(out.getBuffer(), "before");
+    bad.root()->setName("1");
+    EXPECT_FALSE(ztree::writeXml(bad, out, &error));
+    EXPECT_EQ(error.fault, ztree::XmlFault::name);
+}
+
+TEST_F(XmlTest, depthAndWidthNeedNoStackAndNoSquare)
+{
+    platform::Hooks::off();
+    {
+        const int n = 1000000;
+        std::string deep;
+        for (int i = 0; i < n; ++i)
+            deep += "<a>";
+        ZXmlReader reader(deep.c_str());
+        EXPECT_FALSE(reader.load(true, true));
+        const std::unique_ptr<ZTree> tree(reader.createTree(false));
+        ZXmlFile file;
+        const char* text = nullptr;
+        file.start(&text, nullptr, nullptr);
+        for (int i = 0; i < n; ++i)
+            deep += "</a>";
+        ZTree strict;
+        ztree::XmlError error;
+        ASSERT_TRUE(ztree::readXml(deep.data(), deep.size(), strict, &error)) << error.message;
+        ZString out;
+        ASSERT_TRUE(ztree::writeXml(strict, out, &error, {-1, false}));
+        std::string flat = "<r>";
+        for (int i = 0; i < 300000; ++i)
+            flat += " <c/>";
+        flat += "text</r>";
+        ASSERT_TRUE(ztree::readXml(flat.data(), flat.size(), strict, &error)) << error.message;
+        EXPECT_EQ(strict.root()->getChildCount(), 600001);
+        std::string many = "<r";
+        for (int i = 0; i < 100000; ++i)
+            many += " a" + std::to_string(i) + "=''";
+        many += "/>";
+        ASSERT_TRUE(ztree::readXml(many.data(), many.size(), strict, &error)) << error.message;
+        EXPECT_EQ(strict.root()->getAttribCount(), 100000);
+        ZTree copy(strict);
+        EXPECT_EQ(copy.root()->getAttribCount(), 100000);
+    }
+    platform::Hooks::on();
+}
+
+TEST_F(XmlTest, failingAllocationsLeaveAUsableTree)
+{
+    const std::string text = "<?xml version='1.0'?><r a='1' b='&lt;2'> <c>x</c> <d>mixed<e/>text</d> end</r>";
+    const long injected = sweep([] { return std::make_unique<ZTree>(); },
+                                [&](ZTree& tree) {
+                                    ztree::readXml(text.data(), text.size(), tree);
+                                    ZString out;
+                                    ztree::writeXml(tree, out);
+                                    ZXmlReader reader(text.c_str());
+                                    reader.load(true, true);
+                                    const std::unique_ptr<ZTree> made(reader.createTree(true));
+                                    ZXmlFile file;
+                                    const char* written = nullptr;
+                                    file.start(&written, "D", "d");
+                                    file.writeBranch(made.get());
+                                    file.writeStr("long", std::string(90, 'x').c_str());
+                                    file.writeData("d", "abc", 3);
+                                    file.finish();
+                                    ZXmlTag tag(nullptr, "name", "text");
+                                    tag.addChild("child", "text");
+                                },
+                                [](ZTree& tree) {
+                                    tree.clear();
+                                    tree.add(ZTBranch("more", 1));
+                                    EXPECT_NE(tree.root(), nullptr);
+                                });
+    std::printf("failing allocations injected: %ld\n", injected);
+    EXPECT_GT(injected, 60);
+}
+
+} // namespace

@@ -1,0 +1,306 @@
+// A tree as XML that reads back to the same tree.
+
+#include "platform/work_stack.h"
+#include "tree/branch_core.h"
+#include "xml/xml_chars.h"
+
+#include <ztree/ext/xml.h>
+#include <ztree/runtime.h>
+
+#include <cstdio>
+#include <cstring>
+
+namespace {
+
+using ztree::XmlError;
+using ztree::XmlFault;
+using namespace ztree_impl;
+using Core = BranchCore<NarrowTree>;
+
+[[noreturn]] void throwMemory()
+{
+    throw structExcept(ztree::errMemory);
+}
+
+// One growing buffer; texts are scanned for the next byte that cannot stand as
+// it is.
+class Output {
+public:
+    void put(const char* s, std::size_t n)
+    {
+        if (m_room - m_length < n)
+            grow(n);
+        std::memcpy(m_text.get() + m_length, s, n);
+        m_length += n;
+    }
+    void put(const char* s) { put(s, std::strlen(s)); }
+    void put(char c) { put(&c, 1); }
+    void blanks(std::size_t n)
+    {
+        if (m_room - m_length < n)
+            grow(n);
+        std::memset(m_text.get() + m_length, ' ', n);
+        m_length += n;
+    }
+    const char* text() const noexcept { return m_text.get(); }
+    std::size_t length() const noexcept { return m_length; }
+
+private:
+    void grow(std::size_t n)
+    {
+        const std::size_t room = m_room * 2 > m_length + n ? m_room * 2 : m_length + n + 4096;
+        char* fresh = static_cast<char*>(platform::heapResize(m_text.get(), room));
+        if (!fresh)
+            throwMemory();
+        m_text.release();
+        m_text.reset(fresh);
+        m_room = room;
+    }
+    platform::HeapPtr<char> m_text;
+    std::size_t m_length = 0;
+    std::size_t m_room = 0;
+};
+
+class Writer {
+public:
+    Writer(XmlError& error, const ztree::XmlStyle& style) noexcept : m_error(error), m_style(style) {}
+    bool write(const ZTBranch& top);
+    const Output& output() const noexcept { return m_out; }
+
+private:
+    struct Open {
+        const ZTBranch* branch;
+        int next;
+        bool inlined; // no line ends may come in
+    };
+    bool fail(XmlFault fault, const char* message, const char* name);
+    bool name(const char* text, int n);
+    bool escaped(const char* text, std::size_t n, bool inAttribute);
+    bool startOfTag(const Core& branch);
+    bool value(const Core& branch, bool& empty);
+    void line(std::size_t depth)
+    {
+        if (m_style.indent < 0)
+            return;
+        m_out.put('\n');
+        m_out.blanks(depth * static_cast<std::size_t>(m_style.indent));
+    }
+
+    XmlError& m_error;
+    const ztree::XmlStyle& m_style;
+    Output m_out;
+};
+
+bool Writer::fail(XmlFault fault, const char* message, const char* name)
+{
+    m_error.fault = fault;
+    m_error.offset = m_out.length();
+    std::snprintf(m_error.message, sizeof m_error.message, "%s\"%.80s\"", message, name ? name : "");
+    return false;
+}
+
+bool Writer::name(const char* text, int n)
+{
+    if (!text || n < 1 || xmlNameLength(text, text + n) != static_cast<std::size_t>(n))
+        return fail(XmlFault::name, "this is no name in XML: ", text);
+    m_out.put(text, static_cast<std::size_t>(n));
+    return true;
+}
+
+bool Writer::escaped(const char* text, std::size_t n, bool inAttribute)
+{
+    const unsigned char plain = inAttribute ? xmlPlainValue : xmlPlainText;
+    const char* end = text + n;
+    const char* run = text;
+    for (const char* at = text; at < end;) {
+        if (xmlChars.is(*at, plain)) {
+            ++at;
+            continue;
+        }
+        const char* replacement = nullptr;
+        switch (*at) {
+        case '<':
+            replacement = "&lt;";
+            break;
+        case '&':
+            replacement = "&amp;";
+            break;
+        case '"':
+            replacement = "&quot;";
+            break;
+        case '\t':
+            replacement = "&#9;";
+            break;
+        case '\n':
+            replacement = "&#10;";
+            break;
+        case '\r':
+            replacement = "&#13;";
+            break;
+        case '\'':
+            ++at;
+            continue;
+        case ']':
+            // Only "]]>" is forbidden; the ">" is what is replaced.
+            if (end - at >= 3 && at[1] == ']' && at[2] == '>') {
+                m_out.put(run, static_cast<std::size_t>(at + 2 - run));
+                m_out.put("&gt;");
+                at += 3;
+                run = at;
+            } else {
+                ++at;
+            }
+            continue;
+        default: {
+            std::uint32_t c = 0;
+            const int width = utf8Character(at, static_cast<std::size_t>(end - at), c);
+            if (width == 0 || !isXmlCharacter(c))
+                return false;
+            at += width;
+            continue;
+        }
+        }
+        m_out.put(run, static_cast<std::size_t>(at - run));
+        m_out.put(replacement);
+        run = ++at;
+    }
+    m_out.put(run, static_cast<std::size_t>(end - run));
+    return true;
+}
+
+bool Writer::startOfTag(const Core& branch)
+{
+    m_out.put('<');
+    if (!name(branch.name(), branch.nameLength()))
+        return false;
+    for (int i = 0; i < branch.attribCount(); ++i) {
+        const ZAttrib& attrib = *branch.attrib(i);
+        m_out.put(' ');
+        if (!name(attrib.getName(), nameLength(attrib)))
+            return false;
+        m_out.put("=\"", 2);
+        if (!escaped(attrib.getValue(), static_cast<std::size_t>(valueLength(attrib)), true))
+            return fail(XmlFault::unrepresented, "XML cannot hold the value of the attribute ",
+                        attrib.getName());
+        m_out.put('"');
+    }
+    return true;
+}
+
+// The value as text; `empty` when there is none.
+bool Writer::value(const Core& branch, bool& empty)
+{
+    char digits[NarrowTree::numberRoom];
+    const char* text = branch.binary();
+    std::size_t n = text ? branch.binaryLength() : 0;
+    if (branch.type() != 7 && branch.type() != 0) {
+        n = static_cast<std::size_t>(branch.printNumber(digits));
+        text = digits;
+    }
+    if (n && empty) {
+        empty = false;
+        m_out.put('>');
+    }
+    return escaped(text, n, false) ||
+           fail(XmlFault::unrepresented, "XML cannot hold the value of ", branch.name());
+}
+
+bool isText(const Core& branch) noexcept
+{
+    return branch.nameLength() == 5 && std::memcmp(branch.name(), "#text", 5) == 0;
+}
+
+bool Writer::write(const ZTBranch& top)
+{
+    if (m_style.declaration) {
+        m_out.put("<?xml version=\"1.0\" encoding=\"UTF-8\"?>");
+        m_out.put('\n');
+    }
+    platform::WorkStack<Open> way;
+    const ZTBranch* next = &top;
+    while (next) {
+        const Core& branch = *Core::of(next);
+        const bool inlined = !way.empty() && way.top().inlined;
+        if (!way.empty() && isText(branch)) {
+            bool empty = false;
+            if (!value(branch, empty))
+                return false;
+        } else {
+            if (!way.empty() && !inlined)
+                line(way.size());
+            if (!startOfTag(branch))
+                return false;
+            bool empty = true;
+            if (!value(branch, empty))
+                return false;
+            if (branch.childCount()) {
+                if (empty)
+                    m_out.put('>');
+                // Line ends among the children of an element with text would become
+                // part of the text.
+                bool text = inlined || !empty;
+                for (int i = 0; i < branch.childCount() && !text; ++i)
+                    text = branch.child(i) && isText(*Core::of(branch.child(i)));
+                if (!way.push({next, 0, text}))
+                    throwMemory();
+            } else if (empty) {
+                m_out.put("/>", 2);
+            } else {
+                m_out.put("</", 2);
+                m_out.put(branch.name(), static_cast<std::size_t>(branch.nameLength()));
+                m_out.put('>');
+            }
+        }
+        next = nullptr;
+        while (!way.empty() && !next) {
+            Open& open = way.top();
+            const Core& around = *Core::of(open.branch);
+            if (open.next < around.childCount()) {
+                next = around.child(open.next++);
+                for (std::size_t i = 0; next && Core::of(next)->flags() & 1 && i < way.size(); ++i)
+                    if (way[i].branch == next)
+                        return fail(XmlFault::unrepresented, "a link leads back to ", Core::of(next)->name());
+                continue;
+            }
+            if (!open.inlined)
+                line(way.size() - 1);
+            m_out.put("</", 2);
+            m_out.put(around.name(), static_cast<std::size_t>(around.nameLength()));
+            m_out.put('>');
+            way.pop();
+        }
+    }
+    if (m_style.indent >= 0)
+        m_out.put('\n');
+    return true;
+}
+
+} // namespace
+
+namespace ztree {
+
+bool writeXml(const ZTBranch& branch, ZString& out, XmlError* error, const XmlStyle& style)
+{
+    XmlError scratch;
+    XmlError& report = error ? *error : scratch;
+    report = XmlError();
+    Writer writer(report, style);
+    if (!writer.write(branch))
+        return false;
+    out.append(writer.output().text(), static_cast<int>(writer.output().length()));
+    return true;
+}
+
+bool writeXml(const ZTree& tree, ZString& out, XmlError* error, const XmlStyle& style)
+{
+    if (tree.root())
+        return writeXml(*tree.root(), out, error, style);
+    if (error) {
+        *error = XmlError();
+        error->fault = XmlFault::structure;
+        std::snprintf(error->message, sizeof error->message, "the tree is empty");
+    }
+    return false;
+}
+
+} // namespace ztree
