@@ -201,9 +201,9 @@ int encode(unsigned c, zwchar* out)
 }
 
 // What the field's width leaves beside n units.
-int padding(const PrintSpec& spec, std::size_t n)
+int padding(const PrintForm& form, std::size_t n)
 {
-    return n < static_cast<std::size_t>(spec.width) ? spec.width - static_cast<int>(n) : 0;
+    return n < static_cast<std::size_t>(form.width) ? form.width - static_cast<int>(n) : 0;
 }
 
 std::size_t saturatedTimes8(std::size_t n)
@@ -265,24 +265,24 @@ template <class Ch> int Printer<Ch>::run(const Ch* fmt, va_list args)
 // --- the format ---
 
 // Flags, width and precision at `at`; returns what follows them.
-template <class Ch> const Ch* Printer<Ch>::parseField(const Ch* at, PrintSpec& spec, Args& args)
+template <class Ch> const Ch* Printer<Ch>::parseField(const Ch* at, PrintForm& form, Args& args)
 {
     for (bool flags = true; flags; at += flags) {
         switch (*at) {
         case '-':
-            spec.left = true;
+            form.left = true;
             break;
         case '+':
-            spec.plus = true;
+            form.plus = true;
             break;
         case ' ':
-            spec.blank = true;
+            form.blank = true;
             break;
         case '#':
-            spec.alt = true;
+            form.alt = true;
             break;
         case '0':
-            spec.zero = true;
+            form.zero = true;
             break;
         default:
             flags = false;
@@ -291,34 +291,34 @@ template <class Ch> const Ch* Printer<Ch>::parseField(const Ch* at, PrintSpec& s
     if (*at == '*') {
         ++at;
         const int width = va_arg(args.list, int);
-        spec.left = spec.left || width < 0;
-        spec.width = width >= 0 ? width : width == INT_MIN ? INT_MAX : -width;
+        form.left = form.left || width < 0;
+        form.width = width >= 0 ? width : width == INT_MIN ? INT_MAX : -width;
     } else {
-        at = parseNumber(at, spec.width);
+        at = parseNumber(at, form.width);
     }
     if (*at != '.')
         return at;
     ++at;
     if (*at == '*') {
-        spec.precision = std::max(va_arg(args.list, int), -1);
+        form.precision = std::max(va_arg(args.list, int), -1);
         return at + 1;
     }
-    spec.precision = 0;
-    return parseNumber(at, spec.precision);
+    form.precision = 0;
+    return parseNumber(at, form.precision);
 }
 
 // `at` is a percent sign; returns what follows the conversion.
 template <class Ch> const Ch* Printer<Ch>::conversion(const Ch* at, Args& args)
 {
-    PrintSpec spec;
+    PrintForm form;
     const Ch* p = at + 1;
     if (*p < 'A') // all that parseField looks for is below the letters
-        p = parseField(p, spec, args);
-    p = parseSize(p, spec.size);
+        p = parseField(p, form, args);
+    p = parseSize(p, form.size);
 
     const bool otherWide = sizeof(Ch) == 1; // S and C mean the other width unless h, l or w says which
-    const bool h = spec.size == ArgSize::h || spec.size == ArgSize::hh;
-    const bool l = spec.size == ArgSize::l || spec.size == ArgSize::ll || spec.size == ArgSize::wide;
+    const bool h = form.size == ArgSize::h || form.size == ArgSize::hh;
+    const bool l = form.size == ArgSize::l || form.size == ArgSize::ll || form.size == ArgSize::wide;
     switch (*p) {
     case 'd':
     case 'i':
@@ -326,7 +326,7 @@ template <class Ch> const Ch* Printer<Ch>::conversion(const Ch* at, Args& args)
     case 'o':
     case 'x':
     case 'X':
-        integer(spec, static_cast<char>(*p), args);
+        integer(form, static_cast<char>(*p), args);
         break;
     case 'e':
     case 'E':
@@ -336,22 +336,22 @@ template <class Ch> const Ch* Printer<Ch>::conversion(const Ch* at, Args& args)
     case 'G':
     case 'a':
     case 'A':
-        floating(spec, static_cast<char>(*p), args);
+        floating(form, static_cast<char>(*p), args);
         break;
     case 's':
-        string(spec, otherWide ? l : h, args);
+        string(form, otherWide ? l : h, args);
         break;
     case 'S':
-        string(spec, otherWide ? !h : !l, args);
+        string(form, otherWide ? !h : !l, args);
         break;
     case 'c':
-        character(spec, otherWide ? l : h, args);
+        character(form, otherWide ? l : h, args);
         break;
     case 'C':
-        character(spec, otherWide ? !h : !l, args);
+        character(form, otherWide ? !h : !l, args);
         break;
     case 'p':
-        pointer(spec, args);
+        pointer(form, args);
         break;
     case 'n':
         static_cast<void>(va_arg(args.list, void*));
@@ -453,51 +453,51 @@ template <class Ch> std::uint64_t Printer<Ch>::unsignedArgument(ArgSize size, Ar
     }
 }
 
-template <class Ch> void Printer<Ch>::integer(const PrintSpec& spec, char letter, Args& args)
+template <class Ch> void Printer<Ch>::integer(const PrintForm& form, char letter, Args& args)
 {
     char prefix[3];
     int prefixSize = 0;
     std::uint64_t value;
     if (letter == 'd' || letter == 'i') {
-        const std::int64_t number = signedArgument(spec.size, args);
+        const std::int64_t number = signedArgument(form.size, args);
         value = static_cast<std::uint64_t>(number);
         if (number < 0) {
             value = 0 - value;
             prefix[prefixSize++] = '-';
-        } else if (spec.plus || spec.blank) {
-            prefix[prefixSize++] = spec.plus ? '+' : ' ';
+        } else if (form.plus || form.blank) {
+            prefix[prefixSize++] = form.plus ? '+' : ' ';
         }
     } else {
-        value = unsignedArgument(spec.size, args);
+        value = unsignedArgument(form.size, args);
     }
-    if (spec.alt && (letter == 'x' || letter == 'X') && value) {
+    if (form.alt && (letter == 'x' || letter == 'X') && value) {
         prefix[prefixSize++] = '0';
         prefix[prefixSize++] = letter;
     }
-    const int count = value == 0 && spec.precision == 0 ? 0 : digitCount(letter, value);
-    int zeros = std::max(spec.precision - count, 0);
-    if (spec.alt && letter == 'o' && zeros == 0 && (count == 0 || value))
+    const int count = value == 0 && form.precision == 0 ? 0 : digitCount(letter, value);
+    int zeros = std::max(form.precision - count, 0);
+    if (form.alt && letter == 'o' && zeros == 0 && (count == 0 || value))
         zeros = 1;
     const long long size = static_cast<long long>(prefixSize) + zeros + count;
-    int pad = size < spec.width ? static_cast<int>(spec.width - size) : 0;
+    int pad = size < form.width ? static_cast<int>(form.width - size) : 0;
     const long long total = size + pad;
-    if (spec.zero && spec.precision < 0 && !spec.left) {
+    if (form.zero && form.precision < 0 && !form.left) {
         zeros += pad;
         pad = 0;
     }
     const auto layOut = [&](auto& out) {
-        if (!spec.left)
+        if (!form.left)
             out.fill(' ', pad);
         out.copyAscii(prefix, prefixSize);
         out.fill('0', zeros);
         out.digits(letter, value, count);
-        if (spec.left)
+        if (form.left)
             out.fill(' ', pad);
     };
     write(total, layOut);
 }
 
-template <class Ch> void Printer<Ch>::pointer(const PrintSpec& spec, Args& args)
+template <class Ch> void Printer<Ch>::pointer(const PrintForm& form, Args& args)
 {
     char digits[2 * sizeof(void*)];
     std::fill_n(digits, sizeof digits, '0');
@@ -506,40 +506,40 @@ template <class Ch> void Printer<Ch>::pointer(const PrintSpec& spec, Args& args)
     NumberText text;
     text.head = digits;
     text.headSize = sizeof digits;
-    number(spec, text);
+    number(form, text);
 }
 
-template <class Ch> void Printer<Ch>::floating(const PrintSpec& spec, char letter, Args& args)
+template <class Ch> void Printer<Ch>::floating(const PrintForm& form, char letter, Args& args)
 {
-    const double value = spec.size == ArgSize::longDouble
+    const double value = form.size == ArgSize::longDouble
                              ? static_cast<double>(va_arg(args.list, long double))
                              : va_arg(args.list, double);
     NumberText text;
     if (std::signbit(value))
         text.addPrefix('-');
-    else if (spec.plus || spec.blank)
-        text.addPrefix(spec.plus ? '+' : ' ');
-    text.padZeros = spec.zero && std::isfinite(value); // "inf" and "nan" are padded with blanks
+    else if (form.plus || form.blank)
+        text.addPrefix(form.plus ? '+' : ' ');
+    text.padZeros = form.zero && std::isfinite(value); // "inf" and "nan" are padded with blanks
     char digits[floatTextRoom];
-    floatText(value, letter, spec.precision, spec.alt, digits, text);
-    number(spec, text);
+    floatText(value, letter, form.precision, form.alt, digits, text);
+    number(form, text);
 }
 
-template <class Ch> void Printer<Ch>::number(const PrintSpec& spec, NumberText& text)
+template <class Ch> void Printer<Ch>::number(const PrintForm& form, NumberText& text)
 {
     const long long size =
         static_cast<long long>(text.prefixSize) + text.headSize + text.zerosAfter + text.tailSize;
-    const int pad = size < spec.width ? static_cast<int>(spec.width - size) : 0;
+    const int pad = size < form.width ? static_cast<int>(form.width - size) : 0;
     const auto layOut = [&](auto& out) {
-        if (!spec.left && !text.padZeros)
+        if (!form.left && !text.padZeros)
             out.fill(' ', pad);
         out.copyAscii(text.prefix, text.prefixSize);
-        if (!spec.left && text.padZeros)
+        if (!form.left && text.padZeros)
             out.fill('0', pad);
         out.copyAscii(text.head, text.headSize);
         out.fill('0', text.zerosAfter);
         out.copyAscii(text.tail, text.tailSize);
-        if (spec.left)
+        if (form.left)
             out.fill(' ', pad);
     };
     write(size + pad, layOut);
@@ -559,10 +559,10 @@ template <class Ch> template <class LayOut> void Printer<Ch>::write(long long si
 
 // --- text ---
 
-template <class Ch> void Printer<Ch>::character(const PrintSpec& spec, bool swapped, Args& args)
+template <class Ch> void Printer<Ch>::character(const PrintForm& form, bool swapped, Args& args)
 {
     const unsigned c = va_arg(args.list, unsigned);
-    PrintSpec bare = spec;
+    PrintForm bare = form;
     bare.precision = -1;
     if (swapped) {
         Other units[2];
@@ -573,46 +573,46 @@ template <class Ch> void Printer<Ch>::character(const PrintSpec& spec, bool swap
     }
 }
 
-template <class Ch> void Printer<Ch>::string(const PrintSpec& spec, bool swapped, Args& args)
+template <class Ch> void Printer<Ch>::string(const PrintForm& form, bool swapped, Args& args)
 {
     static constexpr Ch null[] = {'(', 'n', 'u', 'l', 'l', ')', 0};
     // More than this many units cannot matter: the rest of the buffer is full and the field is wide enough.
-    const std::size_t enough = std::max(room() + 1, static_cast<std::size_t>(spec.width));
+    const std::size_t enough = std::max(room() + 1, static_cast<std::size_t>(form.width));
     const void* argument = va_arg(args.list, const void*);
     if (swapped && argument) {
         const Other* s = static_cast<const Other*>(argument);
-        otherText(spec, s, boundByPrecision(spec, s, saturatedTimes8(enough))); // a unit takes fewer bytes
+        otherText(form, s, boundByPrecision(form, s, saturatedTimes8(enough))); // a unit takes fewer bytes
     } else {
         const Ch* s = argument ? static_cast<const Ch*>(argument) : null;
-        ownText(spec, s, boundByPrecision(spec, s, enough));
+        ownText(form, s, boundByPrecision(form, s, enough));
     }
 }
 
 // Units of s to print, before any conversion; at most `enough` are counted.
 template <class Ch>
 template <class Unit>
-std::size_t Printer<Ch>::boundByPrecision(const PrintSpec& spec, const Unit* s, std::size_t enough)
+std::size_t Printer<Ch>::boundByPrecision(const PrintForm& form, const Unit* s, std::size_t enough)
 {
-    const std::size_t bound = spec.precision < 0 ? noBound : static_cast<std::size_t>(spec.precision);
+    const std::size_t bound = form.precision < 0 ? noBound : static_cast<std::size_t>(form.precision);
     const std::size_t n = unitsBeforeZero(s, std::min(bound, enough));
     return n == bound ? wholeCharacters(s, n) : n;
 }
 
-template <class Ch> void Printer<Ch>::ownText(const PrintSpec& spec, const Ch* s, std::size_t n)
+template <class Ch> void Printer<Ch>::ownText(const PrintForm& form, const Ch* s, std::size_t n)
 {
-    const int pad = padding(spec, n);
-    if (!spec.left)
+    const int pad = padding(form, n);
+    if (!form.left)
         fill(' ', pad);
     copy(s, n);
-    if (spec.left)
+    if (form.left)
         fill(' ', pad);
 }
 
-template <class Ch> void Printer<Ch>::otherText(const PrintSpec& spec, const Other* s, std::size_t n)
+template <class Ch> void Printer<Ch>::otherText(const PrintForm& form, const Other* s, std::size_t n)
 {
-    const std::size_t bound = spec.precision < 0 ? noBound : static_cast<std::size_t>(spec.precision);
-    if (spec.width && !spec.left)
-        fill(' ', padding(spec, measure(s, n, bound, static_cast<std::size_t>(spec.width))));
+    const std::size_t bound = form.precision < 0 ? noBound : static_cast<std::size_t>(form.precision);
+    if (form.width && !form.left)
+        fill(' ', padding(form, measure(s, n, bound, static_cast<std::size_t>(form.width))));
     std::size_t used = 0;
     const std::size_t space = room();
     const std::size_t size = convertWhole(s, n, used, m_at, std::min(space, bound));
@@ -621,8 +621,8 @@ template <class Ch> void Printer<Ch>::otherText(const PrintSpec& spec, const Oth
         m_cut = true;
         m_end = m_at;
     }
-    if (spec.left)
-        fill(' ', padding(spec, size));
+    if (form.left)
+        fill(' ', padding(form, size));
 }
 
 // Converts as many whole characters of s as fit; `used` gets the units converted. What the code page

@@ -18,7 +18,7 @@ namespace ztree {
 enum class ArgSize : unsigned char { plain, hh, h, l, ll, pointer, i32, longDouble, wide };
 
 /// One conversion as the format states it.
-struct PrintSpec {
+struct PrintForm {
     bool left = false;
     bool plus = false;
     bool blank = false;
@@ -76,26 +76,26 @@ private:
     };
 
     const Ch* conversion(const Ch* at, Args& args);
-    const Ch* parseField(const Ch* at, PrintSpec& spec, Args& args);
+    const Ch* parseField(const Ch* at, PrintForm& form, Args& args);
     const Ch* parseNumber(const Ch* at, int& number) const;
     const Ch* parseSize(const Ch* at, ArgSize& size) const;
 
     std::int64_t signedArgument(ArgSize size, Args& args);
     std::uint64_t unsignedArgument(ArgSize size, Args& args);
-    void integer(const PrintSpec& spec, char letter, Args& args);
-    void pointer(const PrintSpec& spec, Args& args);
-    void floating(const PrintSpec& spec, char letter, Args& args);
-    void character(const PrintSpec& spec, bool swapped, Args& args);
-    void string(const PrintSpec& spec, bool swapped, Args& args);
+    void integer(const PrintForm& form, char letter, Args& args);
+    void pointer(const PrintForm& form, Args& args);
+    void floating(const PrintForm& form, char letter, Args& args);
+    void character(const PrintForm& form, bool swapped, Args& args);
+    void string(const PrintForm& form, bool swapped, Args& args);
 
-    void number(const PrintSpec& spec, NumberText& text);
+    void number(const PrintForm& form, NumberText& text);
     template <class LayOut> void write(long long size, const LayOut& layOut);
-    void ownText(const PrintSpec& spec, const Ch* s, std::size_t n);
-    void otherText(const PrintSpec& spec, const Other* s, std::size_t n);
+    void ownText(const PrintForm& form, const Ch* s, std::size_t n);
+    void otherText(const PrintForm& form, const Other* s, std::size_t n);
     std::size_t convertWhole(const Other* s, std::size_t n, std::size_t& used, Ch* out, std::size_t room);
     std::size_t measure(const Other* s, std::size_t n, std::size_t bound, std::size_t enough);
     template <class Unit>
-    std::size_t boundByPrecision(const PrintSpec& spec, const Unit* s, std::size_t enough);
+    std::size_t boundByPrecision(const PrintForm& form, const Unit* s, std::size_t enough);
     std::size_t wholeCharacters(const char* s, std::size_t n);
     std::size_t wholeCharacters(const zwchar* s, std::size_t n);
 

@@ -87,13 +87,13 @@ private:
     }
 
     bool field(const char*& fmt, Args& args);
-    bool integer(const ScanSpec& spec, char letter, Args& args);
+    bool integer(const ScanSpec& form, char letter, Args& args);
     void storeInteger(ArgSize size, bool isSigned, bool negative, std::uint64_t value, Args& args);
     template <class Number> Number parseFloat(std::ptrdiff_t size) const;
     std::ptrdiff_t floatSize(std::ptrdiff_t most) const;
-    bool floating(const ScanSpec& spec, Args& args);
-    bool text(const ScanSpec& spec, const ByteSet& set, Args& args);
-    bool characters(const ScanSpec& spec, Args& args);
+    bool floating(const ScanSpec& form, Args& args);
+    bool text(const ScanSpec& form, const ByteSet& set, Args& args);
+    bool characters(const ScanSpec& form, Args& args);
 
     const char* m_at;
     const char* m_start;
@@ -184,16 +184,16 @@ bool parseSet(const char*& fmt, ByteSet& set)
 // fmt is behind the percent sign.
 bool Scanner::field(const char*& fmt, Args& args)
 {
-    ScanSpec spec;
+    ScanSpec form;
     if (*fmt == '*') {
-        spec.store = false;
+        form.store = false;
         ++fmt;
     }
-    spec.width = parseWidth(fmt);
-    spec.hasWidth = spec.width > 0;
-    if (!spec.hasWidth)
-        spec.width = INT_MAX;
-    spec.size = parseSize(fmt);
+    form.width = parseWidth(fmt);
+    form.hasWidth = form.width > 0;
+    if (!form.hasWidth)
+        form.width = INT_MAX;
+    form.size = parseSize(fmt);
     const char letter = *fmt;
     if (letter)
         ++fmt;
@@ -204,7 +204,7 @@ bool Scanner::field(const char*& fmt, Args& args)
     case 'o':
     case 'x':
     case 'X':
-        return integer(spec, letter, args);
+        return integer(form, letter, args);
     case 'e':
     case 'f':
     case 'g':
@@ -213,18 +213,18 @@ bool Scanner::field(const char*& fmt, Args& args)
     case 'F':
     case 'G':
     case 'A':
-        return floating(spec, args);
+        return floating(form, args);
     case 's':
         skipSpace();
-        return text(spec, word, args);
+        return text(form, word, args);
     case '[': {
         ByteSet set;
-        return parseSet(fmt, set) && text(spec, set, args);
+        return parseSet(fmt, set) && text(form, set, args);
     }
     case 'c':
-        return spec.size == ArgSize::plain && characters(spec, args);
+        return form.size == ArgSize::plain && characters(form, args);
     case 'n':
-        if (spec.store)
+        if (form.store)
             *va_arg(args.list, int*) = static_cast<int>(m_at - m_start);
         return true;
     case '%':
@@ -238,10 +238,10 @@ bool Scanner::field(const char*& fmt, Args& args)
     }
 }
 
-bool Scanner::integer(const ScanSpec& spec, char letter, Args& args)
+bool Scanner::integer(const ScanSpec& form, char letter, Args& args)
 {
     skipSpace();
-    const std::ptrdiff_t most = spec.width;
+    const std::ptrdiff_t most = form.width;
     std::ptrdiff_t at = 0;
     const bool negative = peek() == '-';
     if (negative || peek() == '+')
@@ -267,8 +267,8 @@ bool Scanner::integer(const ScanSpec& spec, char letter, Args& args)
     if (at == first)
         return false;
     skip(at);
-    if (spec.store)
-        storeInteger(spec.size, letter == 'd' || letter == 'i', negative, value, args);
+    if (form.store)
+        storeInteger(form.size, letter == 'd' || letter == 'i', negative, value, args);
     return true;
 }
 
@@ -308,17 +308,17 @@ void Scanner::storeInteger(ArgSize size, bool isSigned, bool negative, std::uint
     ++m_stored;
 }
 
-bool Scanner::floating(const ScanSpec& spec, Args& args)
+bool Scanner::floating(const ScanSpec& form, Args& args)
 {
     skipSpace();
-    const std::ptrdiff_t size = floatSize(spec.width);
+    const std::ptrdiff_t size = floatSize(form.width);
     if (size == 0)
         return false;
-    if (spec.store) {
+    if (form.store) {
         void* const to = va_arg(args.list, void*);
-        if (spec.size == ArgSize::l)
+        if (form.size == ArgSize::l)
             *static_cast<double*>(to) = parseFloat<double>(size);
-        else if (spec.size == ArgSize::longDouble)
+        else if (form.size == ArgSize::longDouble)
             *static_cast<long double*>(to) = parseFloat<double>(size);
         else
             *static_cast<float*>(to) = parseFloat<float>(size);
@@ -410,17 +410,17 @@ template <class Number> Number Scanner::parseFloat(std::ptrdiff_t size) const
     return negative ? -value : value;
 }
 
-bool Scanner::text(const ScanSpec& spec, const ByteSet& set, Args& args)
+bool Scanner::text(const ScanSpec& form, const ByteSet& set, Args& args)
 {
     // Without a bound nothing is stored: the destination could not hold what the text brings.
-    if (spec.store && (!spec.hasWidth || spec.size != ArgSize::plain))
+    if (form.store && (!form.hasWidth || form.size != ArgSize::plain))
         return false;
     std::ptrdiff_t n = 0;
-    for (int c; n < spec.width && (c = peek(n)) >= 0 && set.has(static_cast<unsigned char>(c));)
+    for (int c; n < form.width && (c = peek(n)) >= 0 && set.has(static_cast<unsigned char>(c));)
         ++n;
     if (n == 0)
         return false;
-    if (spec.store) {
+    if (form.store) {
         char* const to = va_arg(args.list, char*);
         std::copy_n(m_at, n, to);
         to[n] = 0;
@@ -430,13 +430,13 @@ bool Scanner::text(const ScanSpec& spec, const ByteSet& set, Args& args)
     return true;
 }
 
-bool Scanner::characters(const ScanSpec& spec, Args& args)
+bool Scanner::characters(const ScanSpec& form, Args& args)
 {
-    const std::ptrdiff_t count = spec.hasWidth ? spec.width : 1;
+    const std::ptrdiff_t count = form.hasWidth ? form.width : 1;
     for (std::ptrdiff_t i = 0; i < count; ++i)
         if (peek(i) < 0)
             return false;
-    if (spec.store) {
+    if (form.store) {
         std::copy_n(m_at, count, va_arg(args.list, char*));
         ++m_stored;
     }
