@@ -17,8 +17,8 @@ namespace {
 /// rank alike.
 template <class Kind> struct Rank;
 template <> struct Rank<NarrowAttrib> {
-    // Kept: an unsorted search ends at first bytes above 127; callers get the same attribute as ever where such
-    // names stand in front.
+    // Kept: an unsorted search ends at first bytes above 127; callers get the same attribute as ever where
+    // such names stand in front.
     static constexpr int unsorted = 127;
     // Kept: a quick lower-casing, exact for letters only, so that a sorted search for letters ends at "_".
     static int of(char c) noexcept { return static_cast<unsigned char>(c) | 0x20; }
@@ -35,7 +35,8 @@ template <class Ch> bool isSpace(Ch c) noexcept
 
 template <class Ch> std::uint32_t hashOf(const Ch* name) noexcept
 {
-    return foldedHash(name, static_cast<int>(std::min<std::size_t>(std::char_traits<Ch>::length(name), INT_MAX)));
+    return foldedHash(name,
+                      static_cast<int>(std::min<std::size_t>(std::char_traits<Ch>::length(name), INT_MAX)));
 }
 
 // What trims a name; a CR stays.

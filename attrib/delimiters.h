@@ -41,8 +41,8 @@ public:
         int run = 0;
         return find(p, end, run);
     }
-    /// The same; `run` is how many delimiters are known to stand there one after the other, 0 when that was not
-    /// looked at.
+    /// The same; `run` is how many delimiters are known to stand there one after the other, 0 when that was
+    /// not looked at.
     const Ch* find(const Ch* p, const Ch* end, int& run) const noexcept
     {
         run = 0;
@@ -66,9 +66,10 @@ public:
 private:
     static constexpr int lanes = 16 / sizeof(Ch);
 
+    // Half of the blocks are looked at when that is enough, so the others stay as they are.
     void fillRest() noexcept
     {
-        for (int i = m_count; i < most; ++i) // repeats do not disturb
+        for (int i = m_count; i < (m_count <= 4 ? 4 : most); ++i) // repeats do not disturb
             fill(i, m_units[0]);
     }
     void put(Ch c) noexcept

@@ -46,7 +46,8 @@ template <class Kind> void TokenizerCore<Kind>::init(const Ch* text, int length,
             while (first < last && set.has(text[last - 1]))
                 --last;
         }
-        put(newText, text + first, last - first);
+        if (first < last) // a string set to nothing would look at what stands there
+            put(newText, text + first, last - first);
     }
     m_seps = std::move(newSeps);
     m_sepSet = FewDelimiters<Ch>(orEmpty(m_seps));
@@ -96,7 +97,8 @@ template <class Kind> int TokenizerCore<Kind>::skip(const Ch* chars) noexcept
         return 0;
     const Ch* from = m_at;
     const FewDelimiters<Ch> few(chars);
-    m_at = few.count() <= few.most ? pass(few, from, m_end) : pass(ManyDelimiters<Ch>(chars, false), from, m_end);
+    m_at = few.count() <= few.most ? pass(few, from, m_end)
+                                   : pass(ManyDelimiters<Ch>(chars, false), from, m_end);
     return static_cast<int>(m_at - from);
 }
 
@@ -108,8 +110,8 @@ template <class Kind> const typename Kind::Char* TokenizerCore<Kind>::passSeps(c
 
 template <class Kind>
 template <class Set>
-[[gnu::always_inline]] inline typename TokenizerCore<Kind>::Piece TokenizerCore<Kind>::cutBy(const Set& set, bool given,
-                                                                      int mode) const noexcept
+[[gnu::always_inline]] inline typename TokenizerCore<Kind>::Piece
+TokenizerCore<Kind>::cutBy(const Set& set, bool given, int mode) const noexcept
 {
     const Ch* end = m_end;
     const Ch* begin = m_at;
@@ -145,7 +147,8 @@ template <class Set>
 }
 
 template <class Kind>
-typename TokenizerCore<Kind>::Piece TokenizerCore<Kind>::cutByOthers(const Ch* delims, int mode) const noexcept
+typename TokenizerCore<Kind>::Piece TokenizerCore<Kind>::cutByOthers(const Ch* delims,
+                                                                     int mode) const noexcept
 {
     const bool given = delims != nullptr;
     const bool withZero = Kind::strictLines && (mode & exact) && (mode & nulDelimits);

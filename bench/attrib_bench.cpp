@@ -1,5 +1,5 @@
-// Attribute lists beside XML libraries and a vector of string pairs: text to list with one lookup, growth up to
-// 1,000,000 attributes, lookups by name.
+// Attribute lists beside XML libraries and a vector of string pairs: text to list with one lookup, growth up
+// to 1,000,000 attributes, lookups by name.
 
 #include <benchmark/benchmark.h>
 #include <ztree/attributes.h>

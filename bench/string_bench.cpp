@@ -83,8 +83,8 @@ template <class S> void BM_appendChars(benchmark::State& state)
     }
     state.SetItemsProcessed(state.iterations() * 1000000);
 }
-#define STRINGS(bench, ...)                                                                                            \
-    BENCHMARK_TEMPLATE(bench, ZString) __VA_ARGS__;                                                                    \
+#define STRINGS(bench, ...)                                                                                  \
+    BENCHMARK_TEMPLATE(bench, ZString) __VA_ARGS__;                                                          \
     BENCHMARK_TEMPLATE(bench, std::string) __VA_ARGS__
 
 STRINGS(BM_default);

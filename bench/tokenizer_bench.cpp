@@ -1,6 +1,6 @@
-// Tokenizers beside other splitters: 10 MB of words, growth up to 1,000,000 tokens, short lines. Every splitter
-// hands out each token with its length or as a terminated text; the copy of the text is part of the work where
-// a splitter needs one.
+// Tokenizers beside other splitters: 10 MB of words, growth up to 1,000,000 tokens, short lines. Every
+// splitter hands out each token with its length or as a terminated text; the copy of the text is part of the
+// work where a splitter needs one.
 
 #include <benchmark/benchmark.h>
 #include <ztree/ext/attrib.h>
@@ -109,7 +109,8 @@ template <class Take> void byStrtok(const std::string& text, Take take)
 {
     std::string copy(text);
     char* state = nullptr;
-    for (char* token = strtok_r(&copy[0], separators, &state); token; token = strtok_r(nullptr, separators, &state))
+    for (char* token = strtok_r(&copy[0], separators, &state); token;
+         token = strtok_r(nullptr, separators, &state))
         take(token);
 }
 #if BENCH_BOOST
@@ -128,7 +129,8 @@ template <class Take> void byAbsl(const std::string& text, Take take)
 }
 #endif
 
-#define SPLITTER(name) BENCHMARK_CAPTURE(split10MB, name, [](const auto& text, auto take) { name(text, take); })
+#define SPLITTER(name)                                                                                       \
+    BENCHMARK_CAPTURE(split10MB, name, [](const auto& text, auto take) { name(text, take); })
 template <class Split> void split10MB(benchmark::State& state, Split split)
 {
     run(state, text10(), split);

@@ -46,51 +46,59 @@ int ZArray::resize(int n)
 {
     if (n < 0)
         return invalidArg;
-    const LockHold hold(m_pImpl->lock);
-    return done(m_pImpl->core.resize(n));
+    mZArray& impl = *m_pImpl;
+    const LockHold hold(impl.lock);
+    return done(impl.core.resize(n));
 }
 
 int ZArray::setGrowth(int n)
 {
-    const LockHold hold(m_pImpl->lock);
-    return m_pImpl->core.setGrowth(n);
+    mZArray& impl = *m_pImpl;
+    const LockHold hold(impl.lock);
+    return impl.core.setGrowth(n);
 }
 
 int ZArray::compact()
 {
-    const LockHold hold(m_pImpl->lock);
-    return done(m_pImpl->core.compact());
+    mZArray& impl = *m_pImpl;
+    const LockHold hold(impl.lock);
+    return done(impl.core.compact());
 }
 
 int ZArray::add(const void* p)
 {
-    const LockHold hold(m_pImpl->lock);
-    return done(m_pImpl->core.add(p));
+    mZArray& impl = *m_pImpl;
+    const LockHold hold(impl.lock);
+    return done(impl.core.add(p));
 }
 
 const void* ZArray::remove(int i)
 {
     // Finding and removing under one hold: each entry is handed out once.
-    const LockHold hold(m_pImpl->lock);
-    return m_pImpl->core.removeAt(i);
+    mZArray& impl = *m_pImpl;
+    const LockHold hold(impl.lock);
+    return impl.core.removeAt(i);
 }
 
 void ZArray::remove(const void* p)
 {
-    const LockHold hold(m_pImpl->lock);
-    m_pImpl->core.removeAt(m_pImpl->core.find(p));
+    mZArray& impl = *m_pImpl;
+    const LockHold hold(impl.lock);
+    impl.core.removeAt(impl.core.find(p));
 }
 
 void ZArray::removeAll()
 {
-    const LockHold hold(m_pImpl->lock);
-    m_pImpl->core.removeAll();
+    mZArray& impl = *m_pImpl;
+    const LockHold hold(impl.lock);
+    impl.core.removeAll();
 }
 
 const void* ZArray::getAt(int i) const
 {
-    const LockHold hold(m_pImpl->lock);
-    return m_pImpl->core.at(i);
+    mZArray& impl = *m_pImpl;
+    const LockHold hold(impl.lock);
+    return impl.core.at(i);
 }
 
 int ZArray::setAt(int i, const void* p)
@@ -99,14 +107,16 @@ int ZArray::setAt(int i, const void* p)
         return invalidArg;
     // Whether to grow is decided under the lock: decided outside it, a growth that another thread made
     // meanwhile could be undone, and its entries lost.
-    const LockHold hold(m_pImpl->lock);
-    return done(m_pImpl->core.setAt(i, p));
+    mZArray& impl = *m_pImpl;
+    const LockHold hold(impl.lock);
+    return done(impl.core.setAt(i, p));
 }
 
 int ZArray::find(const void* p) const
 {
-    const LockHold hold(m_pImpl->lock);
-    return m_pImpl->core.find(p);
+    mZArray& impl = *m_pImpl;
+    const LockHold hold(impl.lock);
+    return impl.core.find(p);
 }
 
 int ZArray::size() const
@@ -116,9 +126,10 @@ int ZArray::size() const
 
 int ZArray::copyEntries(const void** out, int room) const noexcept
 {
-    const LockHold hold(m_pImpl->lock);
-    const int count = m_pImpl->core.size();
+    mZArray& impl = *m_pImpl;
+    const LockHold hold(impl.lock);
+    const int count = impl.core.size();
     if (out && room > 0)
-        std::copy_n(m_pImpl->core.entries(), std::min(count, room), out);
+        std::copy_n(impl.core.entries(), std::min(count, room), out);
     return count;
 }

@@ -18,11 +18,13 @@ void demand(bool holds)
 }
 
 // Calls alternate between the separator list and the delimiters of their own.
-template <class Ch, class Next> void compareTokens(TokenizerModel<Ch>& model, const Text<Ch>& delims, int mode, Next next)
+template <class Ch, class Next>
+void compareTokens(TokenizerModel<Ch>& model, const Text<Ch>& delims, int mode, Next next)
 {
     for (int i = 0; model.hasMore() && i < 1000; ++i) {
         const bool given = i & 1;
-        const auto expected = model.next(given ? std::optional<Text<Ch>>(delims) : std::nullopt, given ? mode : -1);
+        const auto expected =
+            model.next(given ? std::optional<Text<Ch>>(delims) : std::nullopt, given ? mode : -1);
         next(given ? delims.c_str() : nullptr, given ? mode : -1, expected);
     }
 }
@@ -41,7 +43,8 @@ void checkTokenizer(const Text<Ch>& text, const Text<Ch>& seps, const Text<Ch>& 
     demand(real.hasMoreTokens() == model.hasMore());
 }
 
-void checkTokenizerEx(const std::string& text, const std::string& seps, const std::string& delims, int mode, int other)
+void checkTokenizerEx(const std::string& text, const std::string& seps, const std::string& delims, int mode,
+                      int other)
 {
     // Without a terminator behind: whatever reads there is found.
     const std::unique_ptr<char[]> copy(new char[text.size()]);
@@ -53,7 +56,8 @@ void checkTokenizerEx(const std::string& text, const std::string& seps, const st
     ZString out;
     compareTokens<char>(model, delims, other, [&](const char* d, int m, const auto& expected) {
         demand(real.nextToken(out, d, m) && real.lastSplit() == model.lastSplit);
-        demand(std::string(out.length() ? out.getBuffer() : "", static_cast<std::size_t>(out.length())) == *expected);
+        demand(std::string(out.length() ? out.getBuffer() : "", static_cast<std::size_t>(out.length())) ==
+               *expected);
         demand(model.chunk(1) == real.getChunk(out, 1) || text.find('\0') != text.npos);
     });
     demand(real.hasMoreTokens() == model.hasMore());

@@ -18,7 +18,8 @@ void require(bool holds)
 }
 
 // Searches and edits of either string class against plain loops.
-template <class S, class Ch> void editing(const std::basic_string<Ch>& text, const std::basic_string<Ch>& other, int a, int b)
+template <class S, class Ch>
+void editing(const std::basic_string<Ch>& text, const std::basic_string<Ch>& other, int a, int b)
 {
     using Text = std::basic_string<Ch>;
     const int n = static_cast<int>(text.size());
@@ -28,8 +29,9 @@ template <class S, class Ch> void editing(const std::basic_string<Ch>& text, con
     const auto now = [&] { return ztree::view(s); };
 
     int expected = -1;
-    const Text pattern = other.c_str(); // up to its first zero
-    for (std::size_t i = a < 0 ? text.size() : static_cast<std::size_t>(a), k = 0; i < text.size() && !pattern.empty(); ++i) {
+    const Text pattern = other.substr(0, other.find(Ch{})); // what is terminated by its first zero
+    for (std::size_t i = a < 0 ? text.size() : static_cast<std::size_t>(a), k = 0;
+         i < text.size() && !pattern.empty(); ++i) {
         k = text[i] == pattern[k] ? k + 1 : 0;
         if (k == pattern.size()) {
             expected = static_cast<int>(i + 1 - k);
@@ -126,13 +128,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (size < 4)
         return 0;
     const unsigned pages[] = {65001, 1252, 0, 932, 437, 99999};
-    const int a = static_cast<signed char>(data[0]), b = data[1];
+    const int a = data[0] - 128, b = data[1];
     const std::string rest(reinterpret_cast<const char*>(data) + 4, size - 4);
     const std::size_t cut = rest.empty() ? 0 : data[3] % (rest.size() + 1);
     const std::string other = rest.substr(0, cut), text = rest.substr(cut);
     editing<ZString>(text, other, a, b);
-    editing<ZStringW>(std::basic_string<zwchar>(text.begin(), text.end()), std::basic_string<zwchar>(other.begin(), other.end()),
-                      a, b);
+    editing<ZStringW>(std::basic_string<zwchar>(text.begin(), text.end()),
+                      std::basic_string<zwchar>(other.begin(), other.end()), a, b);
     conversions(text, pages[data[2] % 6]);
     helpers(text, other, a);
     return 0;

@@ -12,9 +12,9 @@ constexpr unsigned codepageUtf8 = 65001;
 /// converted like any byte) to UTF-16. Returns the units written, or with room 0 the units needed; n
 /// units are always room enough, but for UTF-7. 0 on failure with lastError(): 122 the room is too small
 /// (out may hold a part), 87 an unknown code page, a null pointer, n below 1 or a negative room. Success
-/// leaves lastError() alone. Bad UTF-8 becomes U+FFFD. Code page 0 is the ANSI code page. Reads nothing
-/// behind s + n, writes nothing behind out + room, but may use all of the room. Any thread; no lock and
-/// no allocation for UTF-8 and the single-byte pages.
+/// leaves lastError() alone and writes nothing behind the result. Bad UTF-8 becomes U+FFFD. A room that
+/// ends inside the surrogate pair that ends the text passes with half of it: Wine's call does so. Code
+/// page 0 is the ANSI code page. Any thread; no lock and no allocation for UTF-8 and single-byte pages.
 int toWide(unsigned codepage, const char* s, int n, zwchar* out, int room) noexcept;
 
 /// WideCharToMultiByte(codepage, 0, w, n, out, room, null, null), same rules, room in bytes (3 * n is

@@ -33,7 +33,8 @@ private:
     void enter() noexcept
     {
         const std::uintptr_t self = reinterpret_cast<std::uintptr_t>(__builtin_thread_pointer());
-        if (m_owner.load(std::memory_order_relaxed) == self) { // nobody else ever stores this value
+        // Nobody else ever stores this value.
+        if (__builtin_expect(m_owner.load(std::memory_order_relaxed) == self, false)) {
             ++m_depth;
             return;
         }
@@ -44,19 +45,19 @@ private:
     }
     void leave() noexcept
     {
-        if (m_depth != 0) {
+        if (__builtin_expect(m_depth != 0, false)) {
             --m_depth;
             return;
         }
         // The store must be seen before the load is made, or a sleeper could be missed; lock_linux.cpp
         // says how that holds without a locked instruction here.
-        if (m_word.load(std::memory_order_relaxed) & fenced)
+        if (__builtin_expect(m_word.load(std::memory_order_relaxed) & fenced, false))
             m_owner.exchange(0, std::memory_order_seq_cst);
         else
             m_owner.store(0, std::memory_order_release);
         std::atomic_signal_fence(std::memory_order_seq_cst);
         const std::uint32_t word = m_word.load(std::memory_order_seq_cst);
-        if ((word & announcedMask) && !(word & woken))
+        if (__builtin_expect((word & announcedMask) != 0, false) && !(word & woken))
             wakeOne(word);
     }
 

@@ -18,8 +18,14 @@ namespace platform {
 #if defined(_WIN32) || defined(ZTREE_WATCHED_HEAP)
 
 // Windows: thread-local data of a DLL may be gone before its last user there.
-inline void* smallAlloc(std::size_t bytes) noexcept { return heapAlloc(bytes); }
-inline void smallFree(void* block, std::size_t) noexcept { heapFree(block); }
+inline void* smallAlloc(std::size_t bytes) noexcept
+{
+    return heapAlloc(bytes);
+}
+inline void smallFree(void* block, std::size_t) noexcept
+{
+    heapFree(block);
+}
 
 #else
 

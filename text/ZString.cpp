@@ -43,7 +43,9 @@ ZString::ZString(const zwchar* s, int len, unsigned int codepage) : ZString(null
     if (s)
         getInstance()->setWide(s, len < 1 ? -1 : len, codepage);
 }
-ZString::ZString(const unsigned short* s, int len, unsigned int codepage) : ZString(units(s), len, codepage) {}
+ZString::ZString(const unsigned short* s, int len, unsigned int codepage) : ZString(units(s), len, codepage)
+{
+}
 ZString::ZString(int value) : ZString(nullptr)
 {
     getInstance()->setNumber(value);
@@ -76,6 +78,8 @@ int ZString::set(const unsigned short* s, int len, unsigned int codepage)
 }
 const ZString& ZString::operator=(const ZString& src)
 {
+    if (this == &src)
+        return *this;
     if (src.m_pImpl)
         getInstance()->share(*src.m_pImpl);
     else
@@ -247,8 +251,8 @@ int ZString::format(const char* fmt, ...)
     char buffer[1024];
     va_list args;
     va_start(args, fmt);
-    const int n = guardedPrint(
-        [&] { return vsprintfn(buffer, static_cast<int>(sizeof buffer), codepage, fmt, args); });
+    const int n =
+        guardedPrint([&] { return vsprintfn(buffer, static_cast<int>(sizeof buffer), codepage, fmt, args); });
     va_end(args);
     // Kept: whatever a bad argument list does, nothing is thrown; callers format what they are given.
     try {

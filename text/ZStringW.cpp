@@ -89,6 +89,8 @@ int ZStringW::set(const char* s, int len, unsigned int codepage)
 }
 const ZStringW& ZStringW::operator=(const ZStringW& src)
 {
+    if (this == &src)
+        return *this;
     if (src.m_pImpl)
         getInstance()->share(*src.m_pImpl);
     else

@@ -14,7 +14,8 @@ public:
     {
         m_bits[0] = withZero;
         for (; *set; ++set)
-            m_bits[static_cast<unsigned char>(*set) >> 6] |= std::uint64_t{1} << (static_cast<unsigned char>(*set) & 63);
+            m_bits[static_cast<unsigned char>(*set) >> 6] |= std::uint64_t{1}
+                                                             << (static_cast<unsigned char>(*set) & 63);
     }
     bool has(char c) const noexcept
     {
@@ -59,7 +60,10 @@ public:
 
 private:
     static constexpr int few = 8;
-    static void put(std::uint64_t* bits, unsigned u) noexcept { bits[u >> 6] |= std::uint64_t{1} << (u & 63); }
+    static void put(std::uint64_t* bits, unsigned u) noexcept
+    {
+        bits[u >> 6] |= std::uint64_t{1} << (u & 63);
+    }
     static bool bit(const std::uint64_t* bits, unsigned u) noexcept { return (bits[u >> 6] >> (u & 63)) & 1; }
 
     std::uint64_t m_low[4] = {};

@@ -281,9 +281,8 @@ int strnupr(const char* src, char* dst, int n)
 {
     if (!src || !dst || n < 1)
         return 0;
-    std::transform(src, src + n, dst, [](char c) {
-        return static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-    });
+    std::transform(src, src + n, dst,
+                   [](char c) { return static_cast<char>(std::toupper(static_cast<unsigned char>(c))); });
     return n;
 }
 int wcsnupr(const zwchar* src, zwchar* dst, int n)

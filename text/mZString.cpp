@@ -160,7 +160,8 @@ char* mZStringW::convertTo(unsigned codepage, int& length) const
     if (converted == 0)
         return nullptr;
     const std::size_t size = static_cast<std::size_t>(converted) + 1;
-    char* result = static_cast<char*>(platform::heapResize(block.get(), size)); // a new block, or the large one cut
+    char* result =
+        static_cast<char*>(platform::heapResize(block.get(), size)); // a new block, or the large one cut
     if (!result)
         throwNoMemory();
     if (block)

@@ -36,7 +36,8 @@ public:
     using StringCore<zwchar>::StringCore;
     int set(const zwchar* s, int n);
     void setNumber(int value);
-    /// n < 0: s is terminated and room is made for its characters in the ANSI code page. The system error or 0.
+    /// n < 0: s is terminated and room is made for its characters in the ANSI code page. The system error or
+    /// 0.
     unsigned convertFrom(unsigned codepage, const char* s, int n);
     int convertTo(unsigned codepage, char* buffer, int size) const noexcept;
     /// Null when that cannot be converted.

@@ -144,8 +144,8 @@ template <class Ch> std::size_t runBefore(const Ch* s, std::size_t from, std::si
     return at - start;
 }
 
-/// Position of the terminated pattern p of m > 0 units by one pass with a pattern position that goes back to 0
-/// on a mismatch, the mismatching unit not being looked at again; or none. Linear.
+/// Position of the terminated pattern p of m > 0 units by one pass with a pattern position that goes back to
+/// 0 on a mismatch, the mismatching unit not being looked at again; or none. Linear.
 // Kept: a match that begins inside a failed partial match is missed; callers rely on the positions.
 template <class Ch>
 std::size_t restart(const Ch* s, std::size_t from, std::size_t n, const Ch* p, std::size_t m) noexcept

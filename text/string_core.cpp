@@ -107,13 +107,15 @@ template <class Ch> std::uint64_t StringCore<Ch>::blockBytes(int room) noexcept
 }
 
 // A block of at least `room` units with count 1, or `old` made larger; null when memory is out.
-template <class Ch> typename StringCore<Ch>::BlockHead* StringCore<Ch>::makeBlock(int room, BlockHead* old) noexcept
+template <class Ch>
+typename StringCore<Ch>::BlockHead* StringCore<Ch>::makeBlock(int room, BlockHead* old) noexcept
 {
     const std::uint64_t bytes = blockBytes(room);
     if (bytes > static_cast<std::uint64_t>(PTRDIFF_MAX))
         return nullptr;
     const std::size_t size = static_cast<std::size_t>(bytes);
-    BlockHead* head = static_cast<BlockHead*>(old ? platform::heapResize(old, size) : platform::smallAlloc(size));
+    BlockHead* head =
+        static_cast<BlockHead*>(old ? platform::heapResize(old, size) : platform::smallAlloc(size));
     if (!head)
         return nullptr;
     if (!old)
@@ -300,7 +302,8 @@ template <class Ch> int StringCore<Ch>::indexOf(Ch c, int from) const noexcept
 {
     if (from < 0)
         return -1;
-    const std::size_t at = scan::unit(text(), static_cast<std::size_t>(from), static_cast<std::size_t>(m_nLength), c);
+    const std::size_t at =
+        scan::unit(text(), static_cast<std::size_t>(from), static_cast<std::size_t>(m_nLength), c);
     return at == scan::none ? -1 : static_cast<int>(at);
 }
 
@@ -308,8 +311,9 @@ template <class Ch> int StringCore<Ch>::indexOf(const Ch* s, int from) const noe
 {
     if (from < 0 || !s || !*s)
         return -1;
-    const std::size_t at = scan::restart(text(), static_cast<std::size_t>(from), static_cast<std::size_t>(m_nLength), s,
-                                         std::char_traits<Ch>::length(s));
+    const std::size_t at =
+        scan::restart(text(), static_cast<std::size_t>(from), static_cast<std::size_t>(m_nLength), s,
+                      std::char_traits<Ch>::length(s));
     return at == scan::none ? -1 : static_cast<int>(at);
 }
 
@@ -396,7 +400,8 @@ template <class Ch> void StringCore<Ch>::cutTo(int start, int n)
         return;
     const int target = grown(0, n);
     // A block that is not much too large stays.
-    if (n > inlineUnits && ownsBlock() && headOf(m_pBlock)->room >= target && headOf(m_pBlock)->room / 2 <= n) {
+    if (n > inlineUnits && ownsBlock() && headOf(m_pBlock)->room >= target &&
+        headOf(m_pBlock)->room / 2 <= n) {
         std::memmove(m_pText, m_pText + start, bytesOf<Ch>(n));
         m_nCapacity = target;
         setLength(n);

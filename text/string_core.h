@@ -41,7 +41,10 @@ template <class Ch> class StringCore : public ztree::detail::StringFields<Ch> {
 public:
     // Strings come and go all the time. `new` yields null on failure, as it must not throw.
     static void* operator new(std::size_t bytes) noexcept { return platform::smallAlloc(bytes); }
-    static void operator delete(void* block, std::size_t bytes) noexcept { platform::smallFree(block, bytes); }
+    static void operator delete(void* block, std::size_t bytes) noexcept
+    {
+        platform::smallFree(block, bytes);
+    }
 
     using Traits = StringTraits<Ch>;
     using Fields = ztree::detail::StringFields<Ch>;
@@ -130,7 +133,8 @@ private:
 
     static BlockHead* headOf(Count* block) noexcept
     {
-        static_assert(offsetof(BlockHead, count) == 4 && sizeof(BlockHead) == 8, "the count stands before the text");
+        static_assert(offsetof(BlockHead, count) == 4 && sizeof(BlockHead) == 8,
+                      "the count stands before the text");
         return reinterpret_cast<BlockHead*>(reinterpret_cast<char*>(block) - offsetof(BlockHead, count));
     }
     static Ch* textOf(BlockHead* head) noexcept { return reinterpret_cast<Ch*>(head + 1); }
@@ -140,7 +144,8 @@ private:
     static void release(Count* block) noexcept
     {
         // The last holder needs no atomic exchange: nobody else can come to hold the block.
-        if (block->load(std::memory_order_acquire) == 1 || block->fetch_sub(1, std::memory_order_acq_rel) == 1)
+        if (block->load(std::memory_order_acquire) == 1 ||
+            block->fetch_sub(1, std::memory_order_acq_rel) == 1)
             freeBlock(block);
     }
     void takeFrom(const Fields& src) noexcept

@@ -7,7 +7,9 @@ namespace {
 int countOf(const zwcharOther* s, int n)
 {
     constexpr std::size_t most = 0x3FFFFFFF; // two units each still fit an int
-    const std::size_t count = !s ? 0 : n < 0 ? std::char_traits<zwcharOther>::length(s) : static_cast<std::size_t>(n);
+    const std::size_t count = !s      ? 0
+                              : n < 0 ? std::char_traits<zwcharOther>::length(s)
+                                      : static_cast<std::size_t>(n);
     if (count > most)
         throwNoMemory();
     return static_cast<int>(count);
@@ -16,7 +18,7 @@ int countOf(const zwcharOther* s, int n)
 // UTF-16 of one character: 1 or 2 units.
 int encode(zwcharOther c, zwchar* out) noexcept
 {
-    const auto code = static_cast<std::uint32_t>(c);
+    const auto code = static_cast<std::uint32_t>(c); // NOLINT(bugprone-signed-char-misuse): it is no char
     if (code < 0x10000) {
         out[0] = static_cast<zwchar>(code);
         return 1;

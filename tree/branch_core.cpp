@@ -1027,7 +1027,10 @@ template <class Kind> bool BranchCore<Kind>::readName(std::istream& in, std::uin
     const std::uint64_t bytes = std::uint64_t{length} * sizeof(Ch);
     std::uint32_t got = 0;
     platform::HeapPtr<char> name(readBlock(in, bytes, sizeof(Ch), got));
-    setName(reinterpret_cast<const Ch*>(name.get()));
+    Ch* units = reinterpret_cast<Ch*>(name.get());
+    if (units)
+        units[got / sizeof(Ch)] = 0; // also where a stream ended inside a unit
+    setName(units);
     return got == bytes;
 }
 

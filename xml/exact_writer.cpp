@@ -28,6 +28,8 @@ class Output {
 public:
     void put(const char* s, std::size_t n)
     {
+        if (n == 0)
+            return;
         if (m_room - m_length < n)
             grow(n);
         std::memcpy(m_text.get() + m_length, s, n);

@@ -39,6 +39,8 @@ public:
     void clear() noexcept { m_length = 0; }
     void append(const char* s, std::size_t n)
     {
+        if (n == 0)
+            return;
         if (m_length + n > m_room)
             grow(n);
         std::memcpy(m_text.get() + m_length, s, n);

@@ -16,7 +16,7 @@ class mZAttribWList;
 namespace ztree_impl {
 template <class Kind> struct AttribCore;
 template <class Kind> class AttribListCore;
-}
+} // namespace ztree_impl
 
 /// A name and a value, both text.
 ///
@@ -47,8 +47,8 @@ public:
 
     /// Length of the name (4 bytes, little-endian), its bytes, length of the value, its bytes. Returns 0.
     int save(std::ostream& out) const;
-    /// Reads what save() wrote into both fields. In a stream that ends early a field gets what came, which may
-    /// be nothing. Returns 0.
+    /// Reads what save() wrote into both fields. In a stream that ends early a field gets what came, which
+    /// may be nothing. Returns 0.
     int load(std::istream& in);
 
     static void* operator new(std::size_t bytes) noexcept { return platform::heapAlloc(bytes); }
@@ -115,9 +115,10 @@ private:
 /// Threads: no lock; one list belongs to one thread at a time.
 /// Failure: what stores throws structExcept 0x84201001 and leaves the list as it was.
 ///
-/// A lookup takes the first attribute with the name. Kept: in a list that sort() has sorted it ends at the first
-/// name whose first byte OR 0x20 is greater than the sought one's (so "_x" hides letters behind it); in any
-/// other behind a name that begins with a byte above 127. setData() leaves the mark of a sorted list as it is.
+/// A lookup takes the first attribute with the name. Kept: in a list that sort() has sorted it ends at the
+/// first name whose first byte OR 0x20 is greater than the sought one's (so "_x" hides letters behind it); in
+/// any other behind a name that begins with a byte above 127. setData() leaves the mark of a sorted list as
+/// it is.
 class ZTREE_API ZAttribList : public ZVersion {
 public:
     /// Reads text as setData() does.

@@ -23,12 +23,13 @@ constexpr int stringInline = 16;
 template <class Ch> struct StringHead {
     virtual ~StringHead() = default;
 
-    const void* m_pOwner = nullptr;                ///< the public string; null in temporaries
-    std::atomic<std::int32_t>* m_pBlock = nullptr; ///< shared block: its count, then the text; null while inline
-    Ch* m_pText = nullptr;                         ///< the text in the block; null while inline
-    int m_nCapacity = 0; ///< units that fit, terminator not counted; 0 nothing reserved, 16 inline
-    int m_nLength = 0;   ///< units in the string
-    int m_nGrowth = 16;  ///< least growth step
+    const void* m_pOwner = nullptr; ///< the public string; null in temporaries
+    std::atomic<std::int32_t>* m_pBlock =
+        nullptr;           ///< shared block: its count, then the text; null while inline
+    Ch* m_pText = nullptr; ///< the text in the block; null while inline
+    int m_nCapacity = 0;   ///< units that fit, terminator not counted; 0 nothing reserved, 16 inline
+    int m_nLength = 0;     ///< units in the string
+    int m_nGrowth = 16;    ///< least growth step
 };
 template <class Ch> struct StringFields : StringHead<Ch> {
     Ch m_achInline[stringInline + 1] = {};
@@ -91,8 +92,8 @@ class ZTREE_API ZString : public ZVersion {
 public:
     // --- making ---
     /// s null: an empty string without memory; then the tag is 65001.
-    ///   len       bytes of s; below 1: all up to its terminator, so 0 takes the whole text, other than in set()
-    ///   codepage  stored as the tag; 0 is the system's ANSI code page
+    ///   len       bytes of s; below 1: all up to its terminator, so 0 takes the whole text, other than in
+    ///   set() codepage  stored as the tag; 0 is the system's ANSI code page
     ZString(const char* s = nullptr, int len = -1, unsigned int codepage = 0) : ZString(nullptr)
     {
         if (s)
@@ -109,7 +110,7 @@ public:
             construct(*src.m_pImpl);
     }
     /// Leaves src as a string that never stored anything.
-    ZString(ZString&& src) noexcept : ZVersion(), m_pImpl(src.m_pImpl)
+    ZString(ZString&& src) noexcept : m_pImpl(src.m_pImpl)
     {
         src.m_pImpl = nullptr;
         if (m_pImpl)
@@ -127,7 +128,8 @@ public:
 
     // --- setting ---
     /// Null s, or empty s with len < 1: empties. Else len bytes (below 0: up to the terminator; 0: empties)
-    /// and the tag. The string's own getBuffer() as s changes nothing; a part of it works. Returns the length.
+    /// and the tag. The string's own getBuffer() as s changes nothing; a part of it works. Returns the
+    /// length.
     int set(const char* s, int len, unsigned int codepage);
     /// The same from UTF-16, converted to `codepage`; empties when that fails. Exactly len units are
     /// converted, nothing behind them is read.
@@ -222,7 +224,8 @@ public:
     int tolower();
     /// Changes the tag alone. Returns 0.
     int setCodepage(unsigned int codepage);
-    /// Converts the bytes and changes the tag; a text that cannot be converted becomes empty. Returns the length.
+    /// Converts the bytes and changes the tag; a text that cannot be converted becomes empty. Returns the
+    /// length.
     int convertTo(unsigned int codepage);
     /// Least growth in bytes, 16 at first; a negative step is refused with 0x80070057. Returns 0.
     int setGrowth(int step);
@@ -286,7 +289,7 @@ public:
         if (src.m_pImpl)
             construct(*src.m_pImpl);
     }
-    ZStringW(ZStringW&& src) noexcept : ZVersion(), m_pImpl(src.m_pImpl)
+    ZStringW(ZStringW&& src) noexcept : m_pImpl(src.m_pImpl)
     {
         src.m_pImpl = nullptr;
         if (m_pImpl)
@@ -465,7 +468,15 @@ ZTREE_API ZStringW operator+(const ZStringW& a, zwcharOther b);
 ZTREE_API ZStringW operator+(zwcharOther a, const ZStringW& b);
 
 namespace ztree::detail {
-ZTREE_API const char* findBytes(const char* hay, std::size_t hayLen, const char* needle, std::size_t needleLen) noexcept;
+template <class N> constexpr std::size_t byteCount(N n) noexcept
+{
+    if constexpr (std::is_signed_v<N>)
+        return n < 0 ? 0 : static_cast<std::size_t>(n);
+    else
+        return static_cast<std::size_t>(n);
+}
+ZTREE_API const char* findBytes(const char* hay, std::size_t hayLen, const char* needle,
+                                std::size_t needleLen) noexcept;
 }
 
 // --- helpers over raw characters ---
@@ -487,12 +498,13 @@ ZTREE_API int wxtoin(const zwchar* s, int n);
 ZTREE_API int wxtoin(const unsigned short* s, int n);
 /// First occurrence of the needle's bytes, or null; the start for an empty needle. After a failed partial
 /// match the search goes on two bytes behind its start, so "aab" is not found in "aaab".
-ZTREE_API const char* memmem(const char* hay, unsigned int hayLen, const char* needle, unsigned int needleLen);
+ZTREE_API const char* memmem(const char* hay, unsigned int hayLen, const char* needle,
+                             unsigned int needleLen);
 /// Lengths of another integer type, so that they do not lead to the C library's function of this name.
 template <class N, class M, ztree::detail::IfInteger<N> = 0, ztree::detail::IfInteger<M> = 0>
 inline const char* memmem(const char* hay, N hayLen, const char* needle, M needleLen)
 {
-    return ztree::detail::findBytes(hay, static_cast<std::size_t>(hayLen), needle, static_cast<std::size_t>(needleLen));
+    return ztree::detail::findBytes(hay, ztree::detail::byteCount(hayLen), needle, ztree::detail::byteCount(needleLen));
 }
 /// Copies exactly n characters through the C library's toupper / towupper. Returns n, 0 for n <= 0.
 ZTREE_API int strnupr(const char* src, char* dst, int n);

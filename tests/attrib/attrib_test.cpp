@@ -10,8 +10,10 @@
 
 namespace {
 
-template <class K> class Attrib : public HeapTest {};
-template <class K> class AttribList : public HeapTest {};
+template <class K> class Attrib : public HeapTest {
+};
+template <class K> class AttribList : public HeapTest {
+};
 TYPED_TEST_SUITE(Attrib, BothWidths);
 TYPED_TEST_SUITE(AttribList, BothWidths);
 
@@ -72,7 +74,8 @@ TYPED_TEST(Attrib, comparesNamesIgnoringCase)
     EXPECT_LT(none.compare(&abc), 0);
     EXPECT_EQ(none.compare(&none), 0);
     EXPECT_LT(none.compare(&other), 0);
-    const typename K::Ch small[] = {static_cast<typename K::Ch>(0xE9), 0}, large[] = {static_cast<typename K::Ch>(0xC9), 0};
+    const typename K::Ch small[] = {static_cast<typename K::Ch>(0xE9), 0},
+                         large[] = {static_cast<typename K::Ch>(0xC9), 0};
     EXPECT_EQ(A(small).compare(std::make_unique<A>(large).get()) == 0, (std::is_same_v<K, Wide>));
 }
 
@@ -111,7 +114,8 @@ TYPED_TEST(Attrib, hostileStreams)
         {bytes({0xFF, 0xFF, 0xFF, 0xFF}) + ab, "ab="},
         {bytes({0, 0, 0, 0x80}) + ab, "ab="},
         {bytes({2, 0, 0, 0}) + ab + bytes({0xFF, 0xFF, 0xFF, 0x7F}) + ab, "ab=ab"},
-        {bytes({2, 0, 0, 0}) + ab + bytes({9, 0, 0, 0}) + ab + "c", wide ? "ab=ab" : "ab=abc"}, // half a unit is none
+        {bytes({2, 0, 0, 0}) + ab + bytes({9, 0, 0, 0}) + ab + "c",
+         wide ? "ab=ab" : "ab=abc"}, // half a unit is none
         {bytes({0, 0, 0, 0, 2, 0, 0, 0}) + ab, "(null)=ab"},
     };
     for (const auto& c : cases) {
@@ -122,7 +126,8 @@ TYPED_TEST(Attrib, hostileStreams)
         EXPECT_EQ(pairOf(fresh), c.result);
     }
     // A zero unit inside is kept in a stream, though not seen by those who take the text up to it.
-    std::istringstream in(bytes({1, 0, 0, 0}) + (wide ? bytes({'n', 0}) : "n") + bytes({2, 0, 0, 0, 0, 0, 0, 0}));
+    std::istringstream in(bytes({1, 0, 0, 0}) + (wide ? bytes({'n', 0}) : "n") +
+                          bytes({2, 0, 0, 0, 0, 0, 0, 0}));
     typename K::Attrib a;
     a.load(in);
     std::ostringstream out;
@@ -214,9 +219,17 @@ TYPED_TEST(AttribList, searchesEndEarly)
     two.addAttrib(a.c_str(), one.c_str());
     EXPECT_EQ(two.getAttrib(a.c_str()), nullptr);
     EXPECT_EQ(shown(two.getAttrib(high)), "1");
+    // The same in a list of many, once it is not sorted any more.
+    for (int i = 0; i < 20; ++i)
+        two.addAttrib(lit<K>("n" + std::to_string(i)).c_str(), one.c_str());
+    two.sort();
+    for (int i = 0; i < 20; ++i)
+        EXPECT_EQ(shown(two.getAttrib(lit<K>("n9").c_str())), "1");
+    two.addAttrib(lit<K>("new").c_str(), one.c_str());
+    EXPECT_EQ(two.getAttrib(lit<K>("new").c_str()), nullptr);
     two.addAttrib(static_cast<const Ch*>(nullptr), one.c_str());
     EXPECT_EQ(two.getAttrib(static_cast<const Ch*>(nullptr)), nullptr);
-    EXPECT_EQ(two.size(), 2);
+    EXPECT_EQ(two.size(), 23);
 }
 
 TYPED_TEST(AttribList, equalsPlainSteps)
@@ -226,7 +239,8 @@ TYPED_TEST(AttribList, equalsPlainSteps)
     const Text<Ch> markup = lit<K>("aB_===\"\"''  \t\r\n") + static_cast<Ch>(0xE9);
     Text<Ch> letters = lit<K>("aAbBzZ[_0");
     if (sizeof(Ch) > 1)
-        letters += Text<Ch>{static_cast<Ch>(0xC9), static_cast<Ch>(0xE9), static_cast<Ch>(0x410), static_cast<Ch>(0x430)};
+        letters += Text<Ch>{static_cast<Ch>(0xC9), static_cast<Ch>(0xE9), static_cast<Ch>(0x410),
+                            static_cast<Ch>(0x430)};
     const Text<Ch> rare = letters + static_cast<Ch>(sizeof(Ch) == 1 ? 0xE9 : 0x9000);
     Dice dice(7);
     typename K::List real;
@@ -261,7 +275,8 @@ TYPED_TEST(AttribList, equalsPlainSteps)
             model.items.clear();
         } else {
             looked = model.find(name);
-            ASSERT_EQ(shown(real.getAttrib(name.c_str())), looked < 0 ? "(null)" : shown(model.at(looked)->value))
+            ASSERT_EQ(shown(real.getAttrib(name.c_str())),
+                      looked < 0 ? "(null)" : shown(model.at(looked)->value))
                 << step << ' ' << shown(name) << " in " << dump(real) << model.sorted;
         }
         largest = std::max(largest, model.items.size());

@@ -9,7 +9,8 @@
 
 namespace {
 
-template <class K> class AttribMemory : public HeapTest {};
+template <class K> class AttribMemory : public HeapTest {
+};
 TYPED_TEST_SUITE(AttribMemory, BothWidths);
 class TokenizerExMemory : public HeapTest {};
 
@@ -17,7 +18,8 @@ template <class T> std::string stateOf(T tokenizer)
 {
     using Ch = std::remove_cv_t<std::remove_pointer_t<decltype(tokenizer.getSepList())>>;
     std::string state = shown(static_cast<const Ch*>(tokenizer)) + "|" + shown(tokenizer.getSepList()) + "|" +
-                        std::to_string(tokenizer.getMode()) + "|" + std::to_string(static_cast<int>(tokenizer.lastSplit()));
+                        std::to_string(tokenizer.getMode()) + "|" +
+                        std::to_string(static_cast<int>(tokenizer.lastSplit()));
     if constexpr (std::is_same_v<T, ZTokenizerEx>) {
         ZString out;
         tokenizer.getChunk(out, 1000);
@@ -45,16 +47,16 @@ TYPED_TEST(AttribMemory, everyOperation)
         L list, other;
         T tokenizer, fresh;
         explicit Subject(const Text<typename K::Ch>& m, const Text<typename K::Ch>& w)
-            : named(lit<K>("name").c_str(), lit<K>("value").c_str()), list(lit<K>("z=1 a=2").c_str()), other(m.c_str()),
-              tokenizer(w.c_str())
+            : named(lit<K>("name").c_str(), lit<K>("value").c_str()), list(lit<K>("z=1 a=2").c_str()),
+              other(m.c_str()), tokenizer(w.c_str())
         {
             tokenizer.nextToken();
             list.sort();
         }
         std::string state() const
         {
-            std::string s = shown(bare.getName()) + shown(bare.getValue()) + shown(named.getName()) + shown(named.getValue()) +
-                            std::to_string(A().compare(&bare)) + "|";
+            std::string s = shown(bare.getName()) + shown(bare.getValue()) + shown(named.getName()) +
+                            shown(named.getValue()) + std::to_string(A().compare(&bare)) + "|";
             for (int i = 0; i < list.size(); ++i)
                 s += shown(list.nameAt(i)) + "=" + shown(list.dataAt(i)) + ";";
             return s + shown(list.getAttrib(lit<K>("Z").c_str())) + stateOf(tokenizer) + stateOf(fresh);
@@ -123,7 +125,10 @@ TEST_F(TokenizerExMemory, everyOperation)
         ZTokenizerEx tokenizer, fresh;
         ZString out;
         Subject() : tokenizer(text(), 80, nullptr, 0), fresh(nullptr, 0, nullptr, 0) {}
-        static const char* text() { return "one wwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwww"; }
+        static const char* text()
+        {
+            return "one wwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwwww";
+        }
         std::string state() const { return stateOf(tokenizer) + stateOf(fresh) + shown(out.getBuffer()); }
     };
     const std::string longText(100, 'x');

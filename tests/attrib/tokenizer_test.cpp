@@ -8,7 +8,8 @@
 
 namespace {
 
-template <class K> class Tokenizer : public HeapTest {};
+template <class K> class Tokenizer : public HeapTest {
+};
 TYPED_TEST_SUITE(Tokenizer, BothWidths);
 class TokenizerEx : public HeapTest {};
 
@@ -135,7 +136,8 @@ TYPED_TEST(Tokenizer, equalsPlainSteps)
             const int mode = dice.below(5) - 1;
             const Maybe expected = model.next(set, mode);
             const Ch* token = real.nextToken(pointer(set), mode);
-            ASSERT_EQ(shown(token), expected ? shown(*expected) : "(null)") << step << ' ' << shown(model.text);
+            ASSERT_EQ(shown(token), expected ? shown(*expected) : "(null)")
+                << step << ' ' << shown(model.text);
         }
         }
         ASSERT_EQ(real.lastSplit(), model.lastSplit) << step;
@@ -188,7 +190,8 @@ TEST_F(TokenizerEx, equalsPlainSteps)
             const Maybe expected = model.next(set, mode);
             const char* token = real.nextToken(out, pointer, mode);
             ASSERT_EQ(token != nullptr, expected.has_value()) << step;
-            const std::string got = out.length() ? std::string(out.getBuffer(), static_cast<std::size_t>(out.length())) : "";
+            const std::string got =
+                out.length() ? std::string(out.getBuffer(), static_cast<std::size_t>(out.length())) : "";
             ASSERT_EQ(shown(got), shown(expected.value_or(""))) << step << ' ' << shown(model.text);
         }
         }
@@ -205,7 +208,9 @@ TEST_F(TokenizerEx, lineEndsAndZeros)
         Strings tokens;
         while (t.hasMoreTokens()) {
             t.nextToken(out, nullptr, -1);
-            tokens.push_back(out.length() ? shown(std::string(out.getBuffer(), static_cast<std::size_t>(out.length()))) : "");
+            tokens.push_back(out.length()
+                                 ? shown(std::string(out.getBuffer(), static_cast<std::size_t>(out.length())))
+                                 : "");
         }
         return tokens;
     };
@@ -230,7 +235,8 @@ TEST(Tokens, viewsInALoop)
     EXPECT_EQ(all(ztree::tokens("", ",", Empty::keep)), Strings{""});
     EXPECT_EQ(all(ztree::tokens({}, ",", Empty::keep)), Strings{""});
     EXPECT_EQ(all(ztree::tokens(" \t")), Strings{});
-    EXPECT_EQ(all(ztree::tokens(std::string_view("a\0b", 3), std::string_view("\0", 1))), (Strings{"a", "b"}));
+    EXPECT_EQ(all(ztree::tokens(std::string_view("a\0b", 3), std::string_view("\0", 1))),
+              (Strings{"a", "b"}));
     int wide = 0;
     for (const auto token : ztree::tokens(ZTEXT("one two")))
         wide += static_cast<int>(token.size());

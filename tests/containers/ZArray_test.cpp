@@ -8,6 +8,11 @@
 
 namespace {
 
+struct ArrayProbe : ZArray { // the figures that callers cannot ask for
+    int capacity() const { return m_pImpl->core.capacity(); }
+    int growth() const { return m_pImpl->core.growth(); }
+};
+
 char s_things[4096];
 const void* thing(int i)
 {
@@ -21,6 +26,7 @@ struct Model {
     std::vector<const void*> slots;
 
     int capacity() const { return static_cast<int>(slots.size()); }
+    const void*& at(int i) { return slots[static_cast<std::size_t>(i)]; }
     void resize(int n)
     {
         if (n == capacity())
@@ -29,7 +35,6 @@ struct Model {
         slots.resize(static_cast<std::size_t>(count));
         slots.resize(static_cast<std::size_t>(n), nullptr);
     }
-    const void*& at(int i) { return slots[static_cast<std::size_t>(i)]; }
     void add(const void* p)
     {
         if (count >= capacity())
@@ -44,6 +49,11 @@ struct Model {
         std::copy(slots.begin() + i + 1, slots.begin() + count, slots.begin() + i);
         --count;
         return p;
+    }
+    void removeAll()
+    {
+        std::fill_n(slots.begin(), count, nullptr);
+        count = 0;
     }
     int find(const void* p) const
     {
@@ -62,10 +72,10 @@ struct Model {
 
 bool same(const ArrayProbe& array, const Model& model)
 {
-    const bool equal = array.size() == model.count && array.capacity() == model.capacity() &&
-                       array.growth() == model.growth && !array.getAt(-1) && !array.getAt(model.count);
     static const void* entries[1000];
-    return equal && model.count <= 1000 && array.copyEntries(entries, 1000) == model.count &&
+    return array.size() == model.count && array.capacity() == model.capacity() &&
+           array.growth() == model.growth && !array.getAt(-1) && !array.getAt(model.count) &&
+           model.count <= 1000 && array.copyEntries(entries, 1000) == model.count &&
            std::equal(entries, entries + model.count, model.slots.begin());
 }
 
@@ -79,90 +89,49 @@ TEST_F(ArrayTest, followsThePlainModel)
     ArrayProbe arrays[2];
     Model models[2];
     int differences = 0;
-    const int operations = 400000;
-    for (int n = 0; n < operations && differences == 0; ++n) {
+    for (int n = 0; n < 400000 && differences == 0; ++n) {
         const int which = random.below(2);
         ArrayProbe& a = arrays[which];
         Model& m = models[which];
         const int i = random.below(m.count + 3) - 1;
         const void* p = thing(random.below(60));
-        switch (random.below(16)) {
-        case 0:
-        case 1:
-        case 2:
-        case 3:
+        const int operation = random.below(64);
+        if (operation < 16) {
             differences += a.add(p) != 0;
             m.add(p);
-            break;
-        case 4:
-        case 5:
-        case 6:
+        } else if (operation < 28) {
             differences += a.remove(i) != m.remove(i);
-            break;
-        case 7:
+        } else if (operation < 32) {
             a.remove(p);
             m.remove(m.find(p));
-            break;
-        case 8:
-        case 9:
-        case 10: {
+        } else if (operation < 44) {
             const int place = std::max(0, i) + random.below(8);
             differences += a.setAt(place, p) != 0;
             m.setAt(place, p);
-            break;
-        }
-        case 11:
+        } else if (operation < 48) {
             differences += a.find(p) != m.find(p);
-            break;
-        case 12: {
+        } else if (operation < 52) {
             const int step = random.below(14);
             differences += a.setGrowth(step) != m.growth;
             m.growth = step ? step : m.growth;
-            break;
-        }
-        case 13: {
+        } else if (operation < 56) {
             const int size = random.below(40);
             differences += a.resize(size) != 0;
             m.resize(size);
-            break;
-        }
-        case 14:
+        } else if (operation < 60) {
             differences += a.compact() != 0;
             m.resize(m.count);
-            break;
-        default:
-            if (random.below(4) == 0) {
-                a = arrays[1 - which];
-                m = models[1 - which];
-            } else if (random.below(4) == 0) {
-                a.removeAll();
-                std::fill_n(m.slots.begin(), m.count, nullptr);
-                m.count = 0;
-            }
+        } else if (operation < 62) {
+            a = arrays[1 - which];
+            m = models[1 - which];
+        } else {
+            a.removeAll();
+            m.removeAll();
         }
         differences += !same(a, m);
     }
     EXPECT_EQ(differences, 0);
-}
-
-TEST_F(ArrayTest, statedFigures)
-{
-    ArrayProbe a;
-    for (int i = 0; i < 11; ++i)
-        a.add(thing(i));
-    EXPECT_EQ(a.capacity(), 20);
-    EXPECT_EQ(a.setGrowth(0), 10);
-    EXPECT_EQ(a.setGrowth(7), 10);
-    EXPECT_EQ(a.setGrowth(0), 7);
-
-    ArrayProbe gap;
-    gap.setAt(25, thing(1));
-    EXPECT_EQ(gap.capacity(), 35);
-    EXPECT_EQ(gap.size(), 26);
-    EXPECT_EQ(gap.find(nullptr), 0);
-    EXPECT_EQ(gap.getAt(24), nullptr);
-    EXPECT_EQ(gap.find(thing(1)), 25);
-    EXPECT_EQ(gap.getLibVersion(), 2U);
+    EXPECT_EQ(arrays[0].getLibVersion(), 2U);
 }
 
 // Kept: the slot that remove(int) vacates keeps its value, and setAt() behind it brings it back.
@@ -190,29 +159,18 @@ TEST_F(ArrayTest, refusesWhatCannotBe)
     EXPECT_EQ(a.resize(-1), invalid);
     EXPECT_EQ(a.setAt(-1, thing(2)), invalid);
     EXPECT_EQ(a.setGrowth(-5), 10);
-    EXPECT_EQ(a.remove(-1), nullptr);
-    EXPECT_EQ(a.remove(1), nullptr);
-    a.remove(thing(5));
-    const auto code = [&](auto act) {
-        try {
-            act();
-        } catch (const structExcept& e) {
-            return e.getCode();
-        }
-        return 0U;
-    };
-    EXPECT_EQ(code([&] { a.setAt(most, thing(2)); }), ztree::errOutOfMemory);
-    EXPECT_EQ(code([&] { a.setAt(most - 9, thing(2)); }), ztree::errOutOfMemory);
+    EXPECT_EQ(codeOf([&] { a.setAt(most, thing(2)); }), ztree::errOutOfMemory);
+    EXPECT_EQ(codeOf([&] { a.setAt(most - 9, thing(2)); }), ztree::errOutOfMemory);
     a.setGrowth(most);
     a.resize(1);
-    EXPECT_EQ(code([&] { a.add(thing(2)); }), ztree::errOutOfMemory);
+    EXPECT_EQ(codeOf([&] { a.add(thing(2)); }), ztree::errOutOfMemory);
     a = *&a;
     EXPECT_EQ(a.size(), 1);
     EXPECT_EQ(a.capacity(), 1);
     EXPECT_EQ(a.getAt(0), thing(1));
 }
 
-TEST_F(ArrayTest, failingAllocationsLeaveItAsItWas)
+TEST_F(ArrayTest, failuresLeaveItAsItWas)
 {
     const auto full = [] {
         auto a = std::make_unique<ArrayProbe>();
@@ -241,28 +199,22 @@ TEST_F(ArrayTest, failingAllocationsLeaveItAsItWas)
         full, [](ZArray& a) { a.resize(5); }, unchanged, code);
     injected += sweep(
         full, [&](ZArray& a) { a = other; }, unchanged, code);
-    const auto spare = [] {
+    const auto withSpare = [] {
         auto a = std::make_unique<ArrayProbe>();
         a->add(thing(0));
         return a;
     };
-    const auto stillOne = [](const ArrayProbe& a) { EXPECT_EQ(a.capacity(), 10 * a.size()); };
+    const auto still = [](const ArrayProbe& a) { EXPECT_EQ(a.capacity(), 10 * a.size()); };
     injected += sweep(
-        spare, [](ZArray& a) { a.compact(); }, stillOne, code);
+        withSpare, [](ZArray& a) { a.compact(); }, still, code);
 
     const auto nothing = [] { return std::make_unique<int>(); };
     injected += sweep(
         nothing, [](int&) { ZArray a; }, [](int) {});
-    for (long nth : {1, 2}) { // the implementation object, then the entries
-        platform::Hooks::failAt(platform::Site::heap, nth);
-        try {
-            ZArray copy(other);
-            copy.removeAll();
-            ADD_FAILURE() << "copied without memory";
-        } catch (const structExcept& e) {
-            EXPECT_EQ(e.getCode(), nth == 1 ? unsigned(ztree::errMemory) : code);
-            ++injected;
-        }
+    for (unsigned expected : {unsigned(ztree::errMemory), code}) { // the implementation object, the entries
+        platform::Hooks::failAt(platform::Site::heap, expected == code ? 2 : 1);
+        EXPECT_EQ(codeOf([&] { ZArray(other).removeAll(); }), expected);
+        injected += platform::Hooks::failed(platform::Site::heap);
     }
     platform::Hooks::failAt(platform::Site::heap, 0);
     expectLockFailure([] { ZArray a; });
@@ -271,61 +223,52 @@ TEST_F(ArrayTest, failingAllocationsLeaveItAsItWas)
     std::printf("ZArray: %ld failing allocations, 2 failing locks\n", injected);
 }
 
-// Two million appends with the default step: a copy of the block every ten would take minutes.
+// With the default step: a new block every ten appends would copy for minutes.
 TEST_F(ArrayTest, appendsDoNotCopyEveryStep)
 {
     ArrayProbe a;
     platform::Hooks::failAt(platform::Site::heap, 0);
-    for (int i = 0; i < 2000000; ++i)
+    for (int i = 0; i < 1000000; ++i)
         a.add(thing(i % 4096));
-    EXPECT_EQ(a.capacity(), 2000000);
+    EXPECT_EQ(a.capacity(), 1000000);
     EXPECT_LT(platform::Hooks::calls(platform::Site::heap), 60);
-    EXPECT_EQ(a.getAt(1999999), thing(1999999 % 4096));
+    EXPECT_EQ(a.getAt(999999), thing(999999 % 4096));
 }
 
-// Every thing that goes in comes out exactly once, whoever takes it.
+// Everything that goes in comes out exactly once, whoever takes it.
 TEST_F(ArrayTest, threadsShareIt)
 {
     const int threads = 8;
-    const int each = static_cast<int>(stressOperations() / threads);
-    std::vector<unsigned char> tokens(static_cast<std::size_t>(each) * threads);
-    std::vector<const void*> taken[threads];
+    const auto each = static_cast<std::size_t>(stressOperations() / threads);
+    std::vector<unsigned char> tokens(each * threads);
+    std::vector<const void*> out[threads];
     ZArray a;
     onThreads(threads, [&](int thread) {
         Random random(static_cast<unsigned>(thread));
-        for (int n = 0; n < each; ++n) {
-            switch (random.below(8)) {
-            case 0:
-            case 1:
-            case 2:
-                a.add(&tokens[static_cast<std::size_t>(thread) * static_cast<std::size_t>(each) +
-                              static_cast<std::size_t>(n)]);
-                break;
-            case 3:
-            case 4:
-            case 5:
-                if (const void* p = a.remove(a.size() - 1 - random.below(20)))
-                    taken[thread].push_back(p);
-                break;
-            case 6:
+        for (std::size_t n = 0; n < each; ++n) {
+            const int operation = random.below(8);
+            if (operation < 3)
+                a.add(&tokens[static_cast<std::size_t>(thread) * each + n]);
+            else if (operation < 6)
+                out[thread].push_back(a.remove(a.size() - 1 - random.below(20)));
+            else if (operation < 7)
                 a.find(a.getAt(random.below(a.size() + 1)));
-                break;
-            default:
+            else
                 a.compact();
-            }
         }
     });
-    for (const auto& list : taken) {
-        for (const void* p : list)
-            ++*static_cast<unsigned char*>(const_cast<void*>(p));
+    std::size_t count = 0;
+    while (const void* p = a.remove(a.size() - 1))
+        out[0].push_back(p);
+    for (const auto& list : out) {
+        for (const void* p : list) {
+            count += p != nullptr;
+            if (p)
+                ++*static_cast<unsigned char*>(const_cast<void*>(p));
+        }
     }
-    for (int i = 0; i < a.size(); ++i)
-        ++*static_cast<unsigned char*>(const_cast<void*>(a.getAt(i)));
     EXPECT_EQ(std::count_if(tokens.begin(), tokens.end(), [](unsigned char n) { return n > 1; }), 0);
-    std::size_t out = static_cast<std::size_t>(a.size());
-    for (const auto& list : taken)
-        out += list.size();
-    EXPECT_EQ(std::accumulate(tokens.begin(), tokens.end(), std::size_t{0}), out);
+    EXPECT_EQ(std::accumulate(tokens.begin(), tokens.end(), std::size_t{0}), count);
 }
 
 TEST_F(ArrayTest, viewsAndSnapshots)
@@ -341,12 +284,11 @@ TEST_F(ArrayTest, viewsAndSnapshots)
     int sum = 0;
     for (int* n : view.snapshot()) {
         sum += *n;
-        a.remove(n); // does not disturb the loop
+        view.remove(n); // does not disturb the loop
     }
     EXPECT_EQ(sum, 300);
-    EXPECT_TRUE(view.empty());
     EXPECT_EQ(view[0], nullptr);
     view.add(&numbers[3]);
     platform::Hooks::failAt(platform::Site::heap, 1);
-    EXPECT_THROW(view.snapshot(), structExcept);
+    EXPECT_EQ(codeOf([&] { view.snapshot(); }), ztree::errMemory);
 }

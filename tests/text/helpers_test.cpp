@@ -85,13 +85,16 @@ TEST(TextBuffers, comparesAndMeasures)
 {
     EXPECT_FALSE(isFilled("   ", 3, ' '));
     EXPECT_TRUE(isFilled("  x", 3, ' '));
-    EXPECT_FALSE(isFilled("  x", 2, ' ') || isFilled(std::string("\0x", 2).data(), 2, ' ') || isFilled("x", -1, ' '));
+    EXPECT_FALSE(isFilled("  x", 2, ' ') || isFilled(std::string("\0x", 2).data(), 2, ' ') ||
+                 isFilled("x", -1, ' '));
     EXPECT_TRUE(isFilledW(ZTEXT(" \u2020"), 2, ' ') && isFilledW(us(ZTEXT("ab")), 2, 'a'));
 
-    EXPECT_FALSE(isSetAndEqual("", "", -1) || isSetAndEqual(nullptr, "a", 1) || isSetAndEqual("ab", "ac", -1));
+    EXPECT_FALSE(isSetAndEqual("", "", -1) || isSetAndEqual(nullptr, "a", 1) ||
+                 isSetAndEqual("ab", "ac", -1));
     EXPECT_TRUE(isSetAndEqual("ab", "ac", 1) && isSetAndEqual("ab", "ab", -1) && isSetAndEqual("a", "b", 0));
     EXPECT_TRUE(isEmptyOrEqual("", "", -1) && isEmptyOrEqual("ab", "ac", 1));
-    EXPECT_FALSE(isEmptyOrEqual("", "a", 0) || isEmptyOrEqual(nullptr, nullptr, 0) || isEmptyOrEqual("a", "abcdef", 6));
+    EXPECT_FALSE(isEmptyOrEqual("", "a", 0) || isEmptyOrEqual(nullptr, nullptr, 0) ||
+                 isEmptyOrEqual("a", "abcdef", 6));
 
     EXPECT_EQ(utf8Len("a\xE4z", 2), 3);
     EXPECT_EQ(utf8Len("ab", 99), 2);
@@ -111,6 +114,7 @@ TEST(TextBuffers, byteSearchSkipsBehindAFailedStart)
     EXPECT_EQ(find("ab", ""), 0);
     EXPECT_EQ(find("a", "ab"), -1);
     EXPECT_STREQ(memmem("xab", 3u, "ab", 2u), "ab");
+    EXPECT_EQ(memmem("xab", -3, "ab", 2), nullptr);
 
     std::mt19937 random(11);
     for (int round = 0; round < 20000; ++round) {
@@ -118,7 +122,8 @@ TEST(TextBuffers, byteSearchSkipsBehindAFailedStart)
         for (std::size_t n = random() % 400; hay.size() < n;)
             hay += random() % 5 ? 'a' : 'b';
         const std::size_t at = hay.empty() ? 0 : random() % hay.size();
-        needle = hay.substr(at, 2 + random() % (round % 2 ? 10 : 100)); // long ones are compared by hash first
+        needle =
+            hay.substr(at, 2 + random() % (round % 2 ? 10 : 100)); // long ones are compared by hash first
         if (needle.size() < 2)
             continue;
         int expected = -1;
@@ -166,7 +171,8 @@ TEST(TextBuffers, copies)
     zwchar wide[8] = {};
     EXPECT_EQ(wcsnupr(ZTEXT("aB1"), wide, 3), 3);
     EXPECT_EQ(Wide(wide), ZTEXT("AB1"));
-    EXPECT_STREQ(qconvA(ZTEXT("a\u20ACb"), narrow), "a\xAC" "b");
+    EXPECT_STREQ(qconvA(ZTEXT("a\u20ACb"), narrow), "a\xAC"
+                                                    "b");
     EXPECT_EQ(Wide(qconvW("a\xE4", wide)), ZTEXT("a\u00E4"));
     unsigned short units[4];
     EXPECT_EQ(qconvW("z", units)[0], 'z');

@@ -76,10 +76,13 @@ TEST_F(ZStringTest, tagOfEachSource)
 
 TEST_F(ZStringTest, convertsByItsTag)
 {
-    ZString s("Gr\xFC\xDF" "e \x80", -1, 1252);
+    ZString s("Gr\xFC\xDF"
+              "e \x80",
+              -1, 1252);
     EXPECT_EQ(s.characters(), 7);
     EXPECT_EQ(s.convertTo(65001), 11);
-    EXPECT_EQ(text(s), "Gr\xC3\xBC\xC3\x9F" "e \xE2\x82\xAC");
+    EXPECT_EQ(text(s), "Gr\xC3\xBC\xC3\x9F"
+                       "e \xE2\x82\xAC");
     EXPECT_EQ(s.characters(), 7);
     EXPECT_EQ(s.getCodepage(), 65001u);
     EXPECT_EQ(s.convertTo(1252), 7);
@@ -170,14 +173,19 @@ TEST_F(ZStringWTest, formatsAndSurvivesBadArguments)
 TEST_F(ZStringWTest, convertsFromBytes)
 {
     ZStringW w;
-    EXPECT_EQ(w.convertFrom(65001, "\xE2\x82\xAC" "a", -1), 0); // room for 4, two are needed
+    EXPECT_EQ(w.convertFrom(65001,
+                            "\xE2\x82\xAC"
+                            "a",
+                            -1),
+              0); // room for 4, two are needed
     EXPECT_EQ(text(w), ZTEXT("\u20ACa"));
     EXPECT_EQ(w.convertFrom(1252, "\x80\0b", 3), 0);
     EXPECT_EQ(text(w), Wide(ZTEXT("\u20AC\0b"), 3));
     EXPECT_EQ(w.convertFrom(99999, "abc", 3), 87);
     EXPECT_EQ(w.getBuffer(), nullptr);
     w = ZTEXT("x");
-    EXPECT_EQ(w.convertFrom(1252, "", -1) + w.convertFrom(1252, "abc", 0) + w.convertFrom(99999, nullptr, 3), 0);
+    EXPECT_EQ(w.convertFrom(1252, "", -1) + w.convertFrom(1252, "abc", 0) + w.convertFrom(99999, nullptr, 3),
+              0);
     EXPECT_EQ(w.getBuffer(), nullptr);
     EXPECT_EQ(ZStringW("abc", 0, 65001).length(), 0); // other than in the narrow constructor
     EXPECT_EQ(text(ZStringW("abc", 2, 65001)), ZTEXT("ab"));

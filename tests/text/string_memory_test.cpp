@@ -8,7 +8,8 @@
 
 namespace {
 
-template <class S> class StringMemory : public HeapTest {};
+template <class S> class StringMemory : public HeapTest {
+};
 TYPED_TEST_SUITE(StringMemory, BothStrings);
 
 const std::string sample = "a text that is too long to be kept inline";
@@ -93,12 +94,13 @@ TYPED_TEST(StringMemory, failedAllocationLeavesTheString)
     long injected = 0;
     for (std::size_t i = 0; i < operations.size(); ++i) {
         SCOPED_TRACE("operation " + std::to_string(i));
-        const long failures = this->sweep([] { return std::make_unique<Sh>(); }, operations[i], [](Sh& s) {
-            EXPECT_EQ(text(s.subject), lit<S>(sample));
-            EXPECT_EQ(text(s.other), lit<S>(sample));
-            EXPECT_EQ(s.bare.getBuffer(), nullptr);
-            s.bare = s.subject; // all are usable
-        });
+        const long failures = this->sweep([] { return std::make_unique<Sh>(); }, operations[i],
+                                          [](Sh& s) {
+                                              EXPECT_EQ(text(s.subject), lit<S>(sample));
+                                              EXPECT_EQ(text(s.other), lit<S>(sample));
+                                              EXPECT_EQ(s.bare.getBuffer(), nullptr);
+                                              s.bare = s.subject; // all are usable
+                                          });
         EXPECT_GT(failures, 0);
         injected += failures;
     }
@@ -124,6 +126,7 @@ TYPED_TEST(StringMemory, threadsShareCopies)
         EXPECT_EQ(text(last), lit<S>(sample));
     };
     std::vector<std::thread> threads;
+    threads.reserve(4);
     for (int id = 0; id < 4; ++id)
         threads.emplace_back(work, id);
     for (std::thread& t : threads)

@@ -131,7 +131,8 @@ public:
             reset();
         } else {
             Model part(16, m_tag);
-            part.set(t.substr(static_cast<std::size_t>(first), static_cast<std::size_t>(last + 1 - first)), m_tag);
+            part.set(t.substr(static_cast<std::size_t>(first), static_cast<std::size_t>(last + 1 - first)),
+                     m_tag);
             share(part);
         }
         return static_cast<int>(t.size()) - m_length;
@@ -203,7 +204,8 @@ void setWithTag(ZStringW& s, const std::basic_string<zwchar>& t, unsigned)
     put(s, t);
 }
 
-template <class S> class StringModel : public HeapTest {};
+template <class S> class StringModel : public HeapTest {
+};
 TYPED_TEST_SUITE(StringModel, BothStrings);
 
 } // namespace
@@ -285,7 +287,9 @@ TYPED_TEST(StringModel, randomOperations)
             Model<S> part;
             const int end = std::min(n, m.length());
             if (from < end) {
-                part.set(m.text().substr(static_cast<std::size_t>(from), static_cast<std::size_t>(end - from)), m.tag());
+                part.set(
+                    m.text().substr(static_cast<std::size_t>(from), static_cast<std::size_t>(end - from)),
+                    m.tag());
                 m.share(part);
             } else {
                 m.reset();
@@ -334,8 +338,10 @@ TYPED_TEST(StringModel, randomOperations)
             break;
         }
         for (int all = 0; all < strings; ++all) {
-            ASSERT_EQ(text(real[all]), model[all].text()) << "string " << all << " after operation " << op << ": " << what;
-            ASSERT_EQ(tagOf(real[all], model[all].tag()), model[all].tag()) << "operation " << op << ": " << what;
+            ASSERT_EQ(text(real[all]), model[all].text())
+                << "string " << all << " after operation " << op << ": " << what;
+            ASSERT_EQ(tagOf(real[all], model[all].tag()), model[all].tag())
+                << "operation " << op << ": " << what;
         }
     }
 }

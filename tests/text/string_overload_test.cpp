@@ -71,7 +71,8 @@ TEST_F(Overloads, wide)
     EXPECT_EQ(none.length() + braces.length(), 0);
     EXPECT_EQ(text(u + l + s), ZTEXT("u\u20ACl\u20ACab"));
     EXPECT_EQ(text(c16 + cl + us), ZTEXT("cca"));
-    EXPECT_EQ(text(u + 1 + ZTEXT('x') + u"y" + L"z" + units + units[1] + u'p' + L'q'), ZTEXT("u\u20AC1xyzabbpq"));
+    EXPECT_EQ(text(u + 1 + ZTEXT('x') + u"y" + L"z" + units + units[1] + u'p' + L'q'),
+              ZTEXT("u\u20AC1xyzabbpq"));
     EXPECT_EQ(text(ZTEXT("x") + s) + text(units + s) + text(1 + s) + text(u'p' + s) + text(L'q' + s),
               ZTEXT("xababab1abpabqab"));
 

@@ -9,8 +9,12 @@
 #include <string>
 
 template <class S> struct UnitOf;
-template <> struct UnitOf<ZString> { using type = char; };
-template <> struct UnitOf<ZStringW> { using type = zwchar; };
+template <> struct UnitOf<ZString> {
+    using type = char;
+};
+template <> struct UnitOf<ZStringW> {
+    using type = zwchar;
+};
 template <class S> using Unit = typename UnitOf<S>::type;
 template <class S> using Text = std::basic_string<Unit<S>>;
 

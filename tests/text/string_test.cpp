@@ -3,7 +3,8 @@
 #include <climits>
 #include <random>
 
-template <class S> class Strings : public HeapTest {};
+template <class S> class Strings : public HeapTest {
+};
 TYPED_TEST_SUITE(Strings, BothStrings);
 
 TYPED_TEST(Strings, holdsNothingUntilSomethingIsStored)
@@ -14,7 +15,8 @@ TYPED_TEST(Strings, holdsNothingUntilSomethingIsStored)
     s.clear();
     s = Text<S>().c_str();
     EXPECT_EQ(s.getBuffer(), nullptr);
-    EXPECT_EQ(s.length() + s.expand(0, 'x') + s.expand(-5, 'x') + s.truncate(0, 1) + s.toupper() + s.tolower(), 0);
+    EXPECT_EQ(
+        s.length() + s.expand(0, 'x') + s.expand(-5, 'x') + s.truncate(0, 1) + s.toupper() + s.tolower(), 0);
     EXPECT_EQ(s.indexOf(Unit<S>('a'), 0), -1);
     EXPECT_EQ(s.indexOf(lit<S>("a").c_str(), 0), -1);
     EXPECT_EQ(s.lastIndexOf(Unit<S>('a')), -1);
@@ -51,10 +53,10 @@ TYPED_TEST(Strings, trimStripsBySetAndFlags)
         {"(abc)", "()", 15, "abc"},          // paired delimiters
         {"(abc)", "()", 7, "(abc)"},         // unpaired: '(' would have to close with '('
         {"(abc(", "()", 15, "(abc("},
-        {"(abc)", "()", 5, "abc)"},  // leading only
-        {"abc)", "()", 15, "abc"},   // no leading delimiter: the last goes
-        {"abc)", "()", 4, "abc"},    // also when not asked for
-        {"(abc)", "()", 4, "(abc"},  // no leading asked for
+        {"(abc)", "()", 5, "abc)"}, // leading only
+        {"abc)", "()", 15, "abc"},  // no leading delimiter: the last goes
+        {"abc)", "()", 4, "abc"},   // also when not asked for
+        {"(abc)", "()", 4, "(abc"}, // no leading asked for
         {"(abcdefghijklmnopqrstuvwxyz)", "()", 15, "abcdefghijklmnopqrstuvwxyz"},
     };
     for (const Case& c : cases) {
@@ -135,7 +137,8 @@ TYPED_TEST(Strings, partsAndLengths)
         int start, end;
         const char* part;
     };
-    const Part parts[] = {{2, 5, "234"}, {-3, 2, "01"}, {8, -1, "89"}, {8, 99, "89"}, {5, 5, ""}, {7, 3, ""}, {99, 99, ""}};
+    const Part parts[] = {{2, 5, "234"}, {-3, 2, "01"}, {8, -1, "89"}, {8, 99, "89"},
+                          {5, 5, ""},    {7, 3, ""},    {99, 99, ""}};
     for (const Part& c : parts)
         EXPECT_EQ(text(s.substring(c.start, c.end)), lit<S>(c.part)) << c.start << ' ' << c.end;
 
@@ -143,9 +146,10 @@ TYPED_TEST(Strings, partsAndLengths)
         int start, count;
         const char* left;
     };
-    const Cut cuts[] = {{0, 4, "0123"}, {2, 100, "0123456789"}, // a count of the length or more changes nothing
-                        {2, 10, "0123456789"}, {2, -1, "23456789"}, {2, 9, "23456789"}, {2, 3, "234"},
-                        {10, 1, ""}, {11, -1, ""}, {3, 0, ""}, {-1, 2, "0123456789"}};
+    const Cut cuts[] = {
+        {0, 4, "0123"},        {2, 100, "0123456789"}, // a count of the length or more changes nothing
+        {2, 10, "0123456789"}, {2, -1, "23456789"},    {2, 9, "23456789"}, {2, 3, "234"},
+        {10, 1, ""},           {11, -1, ""},           {3, 0, ""},         {-1, 2, "0123456789"}};
     for (const Cut& c : cuts) {
         S cut(s);
         EXPECT_EQ(cut.truncate(c.start, c.count), static_cast<int>(std::string(c.left).size()));
@@ -248,7 +252,8 @@ TYPED_TEST(Strings, numbersAreDecimalText)
         EXPECT_EQ(text(assigned), lit<S>(std::to_string(value)));
         EXPECT_EQ(text(S(value)), lit<S>(std::to_string(value)));
         EXPECT_EQ(text(added), lit<S>("x" + std::to_string(value)));
-        EXPECT_EQ(text(value + added + value), lit<S>(std::to_string(value) + "x" + std::to_string(value) + std::to_string(value)));
+        EXPECT_EQ(text(value + added + value),
+                  lit<S>(std::to_string(value) + "x" + std::to_string(value) + std::to_string(value)));
     }
     const S ab = make<S>("ab");
     EXPECT_EQ(text(ab + Unit<S>('c') + ab + lit<S>("d").c_str()), lit<S>("abcabd"));

@@ -8,6 +8,7 @@
 #include <ztree/tokenizer.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <iterator>
 #include <string_view>
 #include <type_traits>
@@ -22,15 +23,20 @@ enum class Empty {
     keep  ///< every delimiter ends a token: n delimiters give n + 1 tokens, also in an empty text
 };
 
-/// The tokens of a text as views of it: for (std::string_view t : ztree::tokens(line, ",", ztree::Empty::keep)).
-/// Text and delimiters may hold zero units; without delimiters the text is one token.
+/// The tokens of a text as views of it: for (std::string_view t : ztree::tokens(line, ",",
+/// ztree::Empty::keep)). Text and delimiters may hold zero units; without delimiters the text is one token.
 ///
 /// Ownership: owns nothing; text and delimiters must outlive the loop.
 template <class Ch> class Tokens {
 public:
     using View = std::basic_string_view<Ch>;
 
-    Tokens(View text, View delims, Empty empty) noexcept : m_text(text), m_delims(delims), m_empty(empty) {}
+    Tokens(View text, View delims, Empty empty) noexcept : m_text(text), m_delims(delims), m_empty(empty)
+    {
+        for (const Ch c : delims)
+            if (code(c) < 256)
+                m_low[code(c) >> 6] |= std::uint64_t{1} << (code(c) & 63);
+    }
 
     class iterator {
     public:
@@ -67,19 +73,18 @@ public:
         {
             const View text = m_from->m_text;
             if (m_from->m_empty == Empty::skip)
-                while (m_next < text.size() && isDelimiter(text[m_next]))
+                while (m_next < text.size() && m_from->isDelimiter(text[m_next]))
                     ++m_next;
             if (m_from->m_empty == Empty::skip ? m_next >= text.size() : m_next > text.size()) {
                 *this = iterator();
                 return;
             }
             std::size_t stop = m_next;
-            while (stop < text.size() && !isDelimiter(text[stop]))
+            while (stop < text.size() && !m_from->isDelimiter(text[stop]))
                 ++stop;
             m_token = View(text.data() + m_next, stop - m_next);
             m_next = stop + 1;
         }
-        bool isDelimiter(Ch c) const noexcept { return m_from->m_delims.find(c) != View::npos; }
 
         const Tokens* m_from = nullptr;
         std::size_t m_next = 0;
@@ -89,8 +94,19 @@ public:
     iterator end() const noexcept { return iterator(); }
 
 private:
+    static unsigned code(Ch c) noexcept
+    {
+        return sizeof(Ch) == 1 ? static_cast<unsigned char>(c) : static_cast<std::uint16_t>(c);
+    }
+    bool isDelimiter(Ch c) const noexcept
+    {
+        const unsigned u = code(c);
+        return u < 256 ? (m_low[u >> 6] >> (u & 63)) & 1 : m_delims.find(c) != View::npos;
+    }
+
     View m_text;
     View m_delims;
+    std::uint64_t m_low[4] = {}; // delimiters below 256, a bit each
     Empty m_empty;
 };
 

@@ -45,7 +45,8 @@ inline std::u16string toU16(const ZStringW& s)
 /// UTF-8; an unpaired surrogate becomes U+FFFD.
 inline std::string toUtf8(const ZStringW& s)
 {
-    std::string out(static_cast<std::size_t>(s.length()) * 3 + 1, '\0'); // 3 bytes a unit at most, a terminator
+    std::string out(static_cast<std::size_t>(s.length()) * 3 + 1,
+                    '\0'); // 3 bytes a unit at most, a terminator
     const int n = s.convertTo(65001, &out[0], static_cast<int>(out.size()));
     out.resize(n > 0 ? static_cast<std::size_t>(n) - 1 : 0);
     return out;
@@ -128,10 +129,16 @@ inline std::ostream& operator<<(std::ostream& out, const ZStringW& s)
 
 // Containers that hash compare and hash the text, not the pointers that the strings convert to.
 template <> struct std::hash<ZString> {
-    std::size_t operator()(const ZString& s) const noexcept { return std::hash<std::string_view>()(ztree::view(s)); }
+    std::size_t operator()(const ZString& s) const noexcept
+    {
+        return std::hash<std::string_view>()(ztree::view(s));
+    }
 };
 template <> struct std::hash<ZStringW> {
-    std::size_t operator()(const ZStringW& s) const noexcept { return std::hash<ztree::WideView>()(ztree::view(s)); }
+    std::size_t operator()(const ZStringW& s) const noexcept
+    {
+        return std::hash<ztree::WideView>()(ztree::view(s));
+    }
 };
 template <> struct std::equal_to<ZString> {
     bool operator()(const ZString& a, const ZString& b) const noexcept { return ztree::equal(a, b); }
