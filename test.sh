@@ -21,9 +21,10 @@ for preset in "${presets[@]}"; do
     rm -rf "$results"
     mkdir -p "$results"
     built=$((SECONDS - started))
-    # Each program leaves its results there: CTest counts programs, the sum below counts cases.
-    GTEST_OUTPUT="xml:$PWD/$results/" ctest --preset "$preset" || failed+=("$preset")
-    cases=$(cat "$results"/*.xml 2>/dev/null | sed -n 's/^<testsuites tests="\([0-9]*\)".*/\1/p' | awk '{n += $1} END {print n + 0}')
+    # Each program leaves its results there: CTest counts programs, the sum below counts cases. The path is
+    # relative to where the programs run: one that begins with "/" is not absolute on Windows.
+    GTEST_OUTPUT="xml:../test-results/" ctest --preset "$preset" || failed+=("$preset")
+    cases=$({ cat "$results"/*.xml 2>/dev/null || true; } | sed -n 's/^<testsuites tests="\([0-9]*\)".*/\1/p' | awk '{n += $1} END {print n + 0}')
     lines+=("$preset: $cases test cases, built in ${built} s, tested in $((SECONDS - started - built)) s")
 done
 printf '\n'
