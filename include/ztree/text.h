@@ -477,7 +477,7 @@ template <class N> constexpr std::size_t byteCount(N n) noexcept
 }
 ZTREE_API const char* findBytes(const char* hay, std::size_t hayLen, const char* needle,
                                 std::size_t needleLen) noexcept;
-}
+} // namespace ztree::detail
 
 // --- helpers over raw characters ---
 // Lengths come from the caller. None allocates, locks, throws or writes a terminator unless it says so.
@@ -504,7 +504,8 @@ ZTREE_API const char* memmem(const char* hay, unsigned int hayLen, const char* n
 template <class N, class M, ztree::detail::IfInteger<N> = 0, ztree::detail::IfInteger<M> = 0>
 inline const char* memmem(const char* hay, N hayLen, const char* needle, M needleLen)
 {
-    return ztree::detail::findBytes(hay, ztree::detail::byteCount(hayLen), needle, ztree::detail::byteCount(needleLen));
+    return ztree::detail::findBytes(hay, ztree::detail::byteCount(hayLen), needle,
+                                    ztree::detail::byteCount(needleLen));
 }
 /// Copies exactly n characters through the C library's toupper / towupper. Returns n, 0 for n <= 0.
 ZTREE_API int strnupr(const char* src, char* dst, int n);

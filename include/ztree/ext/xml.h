@@ -29,8 +29,8 @@ struct XmlError {
     int line = 0;
     int column = 0;
     std::size_t offset = 0;
-    unsigned int system = 0;  ///< system code of a file error
-    char message[192] = {};   ///< a sentence in English, UTF-8
+    unsigned int system = 0; ///< system code of a file error
+    char message[192] = {};  ///< a sentence in English, UTF-8
     explicit operator bool() const { return fault != XmlFault::none; }
 };
 
@@ -54,8 +54,10 @@ struct XmlStyle {
 };
 /// Appends the tree as an XML document (UTF-8) to out: readXml of it gives the same names, attributes, texts
 /// and order. Numbers are written as text. False when a name or value cannot stand in XML; out is as it was.
-ZTREE_API bool writeXml(const ZTree& tree, ZString& out, XmlError* error = nullptr, const XmlStyle& style = {});
+ZTREE_API bool writeXml(const ZTree& tree, ZString& out, XmlError* error = nullptr,
+                        const XmlStyle& style = {});
 /// The same for one branch with all below it.
-ZTREE_API bool writeXml(const ZTBranch& branch, ZString& out, XmlError* error = nullptr, const XmlStyle& style = {});
+ZTREE_API bool writeXml(const ZTBranch& branch, ZString& out, XmlError* error = nullptr,
+                        const XmlStyle& style = {});
 
 } // namespace ztree
