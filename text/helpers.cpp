@@ -110,15 +110,10 @@ const char* findBytes(const char* hay, std::size_t n, const char* needle, std::s
         return nullptr;
     if (m == 0)
         return hay;
-    for (std::size_t i = 0;;) {
-        const std::size_t hit = scan::text(hay, i, n, needle, m);
-        if (hit == scan::none)
-            return nullptr;
-        // Each equal first byte takes the one behind it along: of a run of them every other is a start.
-        if (m == 1 || scan::runBefore(hay, i, hit) % 2 == 0)
-            return hay + hit;
-        i = hit + 1;
-    }
+    // Each equal first byte takes the one behind it along: of a run of them every other is a start.
+    const std::size_t hit = scan::text(hay, 0, n, needle, m,
+                                       [hay](std::size_t i) { return scan::runBefore(hay, 0, i) % 2 == 0; });
+    return hit == scan::none ? nullptr : hay + hit;
 }
 
 } // namespace ztree::detail

@@ -113,14 +113,17 @@ private:
     std::uint64_t m_hash = 0, m_top = 1;
 };
 
-/// First occurrence of the m > 0 units at p in [from, n), or none. Linear: a long pattern is compared only
-/// where a hash says that it stands there.
-template <class Ch>
-std::size_t text(const Ch* s, std::size_t from, std::size_t n, const Ch* p, std::size_t m) noexcept
+/// Up to this length a pattern is simply compared at every place in question.
+constexpr std::size_t shortPattern = 64;
+
+/// First occurrence of the m > 0 units at p in [from, n) that accept(place) agrees to, or none. Linear when
+/// accept is: a long pattern is compared only where a hash says that it stands there.
+template <class Ch, class Accept>
+std::size_t text(const Ch* s, std::size_t from, std::size_t n, const Ch* p, std::size_t m,
+                 Accept accept) noexcept
 {
     if (m == 1)
         return unit(s, from, n, p[0]);
-    constexpr std::size_t shortPattern = 64;
     const std::size_t hashLength = m > shortPattern && from + m <= n ? m : 0;
     const Window wanted(p, hashLength);
     Window window(s + (hashLength ? from : 0), hashLength);
@@ -130,7 +133,7 @@ std::size_t text(const Ch* s, std::size_t from, std::size_t n, const Ch* p, std:
             return none;
         for (; hashLength && hashed < i; ++hashed)
             window.slide(s[hashed], s[hashed + m]);
-        if (window == wanted && std::memcmp(s + i + 1, p + 1, (m - 2) * sizeof(Ch)) == 0)
+        if (window == wanted && accept(i) && std::memcmp(s + i + 1, p + 1, (m - 2) * sizeof(Ch)) == 0)
             return i;
     }
 }
@@ -150,24 +153,37 @@ template <class Ch> std::size_t runBefore(const Ch* s, std::size_t from, std::si
 template <class Ch>
 std::size_t restart(const Ch* s, std::size_t from, std::size_t n, const Ch* p, std::size_t m) noexcept
 {
-    const CharSet<Ch> inPattern(p);
-    for (std::size_t i = from;;) { // the pattern position is 0 here
-        const std::size_t hit = text(s, i, n, p, m);
-        if (hit == none || m == 1)
-            return hit;
-        // Whether the pass comes upon the hit depends on what it is in the middle of. It is in the middle of
-        // nothing behind a unit that the pattern does not have: go back there and let it run.
-        std::size_t at = hit;
-        while (at > i && inPattern.has(s[at - 1]))
-            --at;
-        for (std::size_t matched = 0; matched || at <= hit; ++at) {
-            if (at == n)
+    if (m == 1)
+        return unit(s, from, n, p[0]);
+    // The pass itself: from `at` until a match is complete or nothing is matched behind `atLeast`.
+    std::size_t at = from;
+    const auto pass = [&](std::size_t atLeast) noexcept {
+        std::size_t matched = 0;
+        for (; at < n && (matched || at <= atLeast); ++at) {
+            if (!matched && (at = unit(s, at, n, p[0])) == none)
                 return none;
             matched = s[at] == p[matched] ? matched + 1 : 0;
             if (matched == m)
                 return at + 1 - m;
         }
-        i = at;
+        return none;
+    };
+    if (m > shortPattern)
+        return pass(n);
+    const CharSet<Ch> inPattern(p);
+    for (;;) {
+        const std::size_t start = at; // nothing is matched here
+        const std::size_t hit = text(s, start, n, p, m, [](std::size_t) { return true; });
+        if (hit == none)
+            return none;
+        // Whether the pass comes upon the hit depends on what it is in the middle of. It is in the middle of
+        // nothing behind a unit that the pattern does not have: go back there and let it run.
+        at = hit;
+        while (at > start && inPattern.has(s[at - 1]))
+            --at;
+        const std::size_t found = pass(hit);
+        if (found != none || at >= n)
+            return found;
     }
 }
 

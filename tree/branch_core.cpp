@@ -355,7 +355,7 @@ std::size_t powerAbove(std::size_t n) noexcept
 
 template <class Kind> void BranchCore<Kind>::appendBytes(const void* data, int length)
 {
-    const std::size_t had = m_length;
+    const std::size_t had = m_value.bytes ? m_length : 0;
     const std::size_t needed = had + static_cast<std::size_t>(length) + sizeof(Ch);
     const bool own = !(m_bits & valueInBlock) && m_value.bytes;
     if (!(m_bits & roomyValue) || powerAbove(had + sizeof(Ch)) < needed) {

@@ -131,9 +131,11 @@ template <class Kind> void XmlFileCore<Kind>::indent()
         return;
     m_indent = false;
     static const char blanks[] = "                                                ";
-    constexpr int perPut = static_cast<int>(sizeof blanks - 1) / 3;
-    for (int levels = m_depth; levels > 0; levels -= perPut)
-        put(blanks + sizeof blanks - 1 - 3 * std::min(levels, perPut));
+    constexpr std::size_t perPut = (sizeof blanks - 1) / 3;
+    std::size_t levels = static_cast<std::size_t>(m_depth);
+    for (; levels > perPut; levels -= perPut)
+        put(blanks);
+    put(blanks + sizeof blanks - 1 - 3 * levels);
 }
 
 template <class Kind> int XmlFileCore<Kind>::write(const Ch* text, int length, bool escape)

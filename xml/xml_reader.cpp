@@ -110,7 +110,7 @@ template <> int XmlReaderCore<WideXml>::setBytes(const char* bytes, std::size_t 
         if (!units)
             return noMemory;
         for (int i = 0; i < length; ++i) {
-            const unsigned char* pair = raw + 2 + 2 * i;
+            const unsigned char* pair = raw + 2 + 2 * static_cast<std::size_t>(i);
             units[static_cast<std::size_t>(i)] =
                 static_cast<zwchar>(little ? pair[0] | pair[1] << 8 : pair[1] | pair[0] << 8);
         }

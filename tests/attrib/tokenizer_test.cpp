@@ -219,6 +219,8 @@ TEST_F(TokenizerEx, lineEndsAndZeros)
     EXPECT_EQ(all("a\0b;c", 5, ";", 9), (Strings{"a", "b", "c"}));
     EXPECT_EQ(all("a\0b;c", 5, ";", 8), (Strings{"a<0>b", "c"})); // only in exact mode
     EXPECT_EQ(all("a;b", 0, ";", 0), Strings{});
+    const char unterminated[] = {';', ';'};
+    EXPECT_EQ(all(unterminated, 2, ";", 0), Strings{}); // nothing left: nothing behind the text is looked at
 }
 
 TEST(Tokens, viewsInALoop)
