@@ -7,6 +7,7 @@
 #include <ztree/runtime.h>
 
 #include <algorithm>
+#include <cstring>
 #include <istream>
 #include <ostream>
 #include <string>
@@ -86,13 +87,6 @@ template <class Kind> typename Kind::Char* AttribCore<Kind>::duplicate(const Ch*
     return copy;
 }
 
-template <class Kind> void AttribCore<Kind>::drop(Text& field) noexcept
-{
-    if (!field.inBlock)
-        platform::heapFree(field.text);
-    field = Text();
-}
-
 template <class Kind> void AttribCore<Kind>::take(Text& field, Ch* text, int length) noexcept
 {
     drop(field);
@@ -149,33 +143,15 @@ template <class Kind>
 typename Kind::Attrib* AttribCore<Kind>::makeInBlock(const Ch* name, int nameLength, const Ch* value,
                                                      int valueLength)
 {
-    static_assert(sizeof(Attrib) % alignof(Impl) == 0, "the implementation follows the public object");
     const bool empty = !name && valueLength < 1; // holds nothing, not even an implementation object
-    const std::size_t units = (nameLength > 0 ? static_cast<std::size_t>(nameLength) + 1 : 0) +
-                              (valueLength > 0 ? static_cast<std::size_t>(valueLength) + 1 : 0);
-    void* block = platform::heapAlloc(sizeof(Attrib) + (empty ? 0 : sizeof(Impl) + units * sizeof(Ch)));
+    void* block = platform::heapAlloc(empty ? sizeof(Attrib)
+                                            : placeBytes + textUnits(nameLength, valueLength) * sizeof(Ch));
     if (!block)
         throw structExcept(ztree::errMemory);
     if (empty)
         return ::new (block) Attrib(static_cast<Impl*>(nullptr));
-    void* place = static_cast<char*>(block) + sizeof(Attrib);
-    Impl* impl = ::new (place) Impl;
-    Attrib* attrib = ::new (block) Attrib(impl);
-    impl->inBlock = true;
-    Ch* text = reinterpret_cast<Ch*>(impl + 1);
-    auto put = [&text](Text& field, const Ch* from, int length) {
-        if (length < 1)
-            return;
-        std::copy_n(from, length, text);
-        text[length] = 0;
-        field.text = text;
-        field.length = length;
-        field.inBlock = true;
-        text += length + 1;
-    };
-    put(impl->name, name, nameLength);
-    put(impl->value, value, valueLength);
-    return attrib;
+    Ch* text = reinterpret_cast<Ch*>(static_cast<char*>(block) + placeBytes);
+    return emplace(block, text, name, nameLength, value, valueLength);
 }
 
 template <class Kind> void AttribCore<Kind>::assign(Impl*& to, const Impl* from)
@@ -189,7 +165,7 @@ template <class Kind> void AttribCore<Kind>::assign(Impl*& to, const Impl* from)
     }
     platform::HeapPtr<Ch> name(from->name.text ? duplicate(from->name.text, from->name.length) : nullptr);
     platform::HeapPtr<Ch> value(from->value.text ? duplicate(from->value.text, from->value.length) : nullptr);
-    need(to);
+    need(to)->tellOwner();
     take(to->name, name.release(), from->name.length);
     take(to->value, value.release(), from->value.length);
 }
@@ -219,6 +195,7 @@ void AttribCore<Kind>::setField(Impl*& impl, Text AttribFields<Ch>::*field, cons
     }
     platform::HeapPtr<Ch> copy(duplicate(text, length));
     Text& target = need(impl)->*field;
+    impl->tellOwner();
     take(target, copy.release(), length);
 }
 
@@ -283,6 +260,7 @@ template <class Kind> int AttribCore<Kind>::load(Impl*& impl, std::istream& in)
     if (!impl && !name && !value)
         return 0;
     need(impl);
+    impl->tellOwner();
     take(impl->name, name.release(), nameLength);
     take(impl->value, value.release(), valueLength);
     return 0;

@@ -5,6 +5,7 @@
 
 #include <ztree/attributes.h>
 
+#include <cstring>
 #include <iosfwd>
 
 namespace ztree_impl {
@@ -29,6 +30,30 @@ int nameLength(const ZAttribW& attrib) noexcept;
 int valueLength(const ZAttrib& attrib) noexcept;
 int valueLength(const ZAttribW& attrib) noexcept;
 
+/// memcpy of texts that are short as a rule.
+inline void copyText(void* to, const void* from, std::size_t n) noexcept
+{
+    char* t = static_cast<char*>(to);
+    const char* f = static_cast<const char*>(from);
+    if (n > 32) {
+        std::memcpy(t, f, n);
+    } else if (n >= 8) {
+        for (std::size_t i = 0; i + 8 < n; i += 8)
+            std::memcpy(t + i, f + i, 8);
+        std::memcpy(t + n - 8, f + n - 8, 8);
+    } else if (n >= 4) {
+        std::uint32_t first, last;
+        std::memcpy(&first, f, 4);
+        std::memcpy(&last, f + n - 4, 4);
+        std::memcpy(t, &first, 4);
+        std::memcpy(t + n - 4, &last, 4);
+    } else if (n) {
+        t[0] = f[0];
+        t[n / 2] = f[n / 2];
+        t[n - 1] = f[n - 1];
+    }
+}
+
 /// A text field: null when empty. Its room may belong to the attribute's own block.
 template <class Ch> struct AttribText {
     Ch* text = nullptr;
@@ -39,6 +64,14 @@ template <class Ch> struct AttribFields : platform::HeapObject {
     AttribText<Ch> name;
     AttribText<Ch> value;
     bool inBlock = false; // shares a block with the public object
+    // Bytes from a flag of whoever owns the block up to here, 0 for no flag: set once a text has a block of
+    // its own.
+    std::uint32_t ownerFlag = 0;
+    void tellOwner() noexcept
+    {
+        if (ownerFlag)
+            *reinterpret_cast<std::uint8_t*>(reinterpret_cast<std::uintptr_t>(this) - ownerFlag) = 1;
+    }
 };
 
 struct NarrowAttrib {
@@ -70,6 +103,45 @@ template <class Kind> struct AttribCore {
     static Impl* make(const Ch* name, const Ch* value);
     static Impl* copy(const Impl& from);
     static Attrib* makeInBlock(const Ch* name, int nameLength, const Ch* value, int valueLength);
+    /// Room for an attribute without its texts.
+    static constexpr std::size_t placeBytes = sizeof(Attrib) + sizeof(Impl);
+    /// Units that its texts need.
+    static constexpr std::size_t textUnits(int nameLength, int valueLength) noexcept
+    {
+        return (nameLength > 0 ? static_cast<std::size_t>(nameLength) + 1 : 0) +
+               (valueLength > 0 ? static_cast<std::size_t>(valueLength) + 1 : 0);
+    }
+    /// An attribute at `place`, its texts at `text`, which rises. The owner of the memory ends it by
+    /// release().
+    /// `flag` is a byte in the same block in front of it, or null.
+    static Attrib* emplace(void* place, Ch*& text, const Ch* name, int nameLength, const Ch* value,
+                           int valueLength, const std::uint8_t* flag = nullptr) noexcept
+    {
+        static_assert(sizeof(Attrib) % alignof(Impl) == 0, "the implementation follows the public object");
+        Impl* impl = ::new (static_cast<char*>(place) + sizeof(Attrib)) Impl;
+        impl->inBlock = true;
+        if (flag)
+            impl->ownerFlag = static_cast<std::uint32_t>(reinterpret_cast<const std::uint8_t*>(impl) - flag);
+        auto put = [&text](Text& field, const Ch* from, int length) {
+            if (length < 1)
+                return;
+            copyText(text, from, static_cast<std::size_t>(length) * sizeof(Ch));
+            text[length] = 0;
+            field.text = text;
+            field.length = length;
+            field.inBlock = true;
+            text += length + 1;
+        };
+        put(impl->name, name, nameLength);
+        put(impl->value, value, valueLength);
+        return ::new (place) Attrib(impl);
+    }
+    /// What the destructor does, for an attribute that emplace() made.
+    static void release(Attrib* attrib) noexcept
+    {
+        drop(attrib->m_pImpl->name);
+        drop(attrib->m_pImpl->value);
+    }
     static const Impl* of(const Attrib& attrib) noexcept { return attrib.m_pImpl; }
     static void dispose(Impl* impl) noexcept;
     static void assign(Impl*& to, const Impl* from);
@@ -80,7 +152,12 @@ template <class Kind> struct AttribCore {
 
 private:
     static Impl* need(Impl*& impl);
-    static void drop(Text& field) noexcept;
+    static void drop(Text& field) noexcept
+    {
+        if (!field.inBlock)
+            platform::heapFree(field.text);
+        field = Text();
+    }
     static void take(Text& field, Ch* text, int length) noexcept;
     static Ch* duplicate(const Ch* text, int length);
     static Ch* readField(std::istream& in, int& length);

@@ -3,21 +3,12 @@
 
 #include "platform/heap.h"
 #include "platform/hooks.h"
+#include "platform/pool.h"
 
 namespace platform {
 
-#if defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#define ZTREE_WATCHED_HEAP 1 // a reused block would hide a use after free
-#endif
-#endif
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define ZTREE_WATCHED_HEAP 1
-#endif
+#if !defined(ZTREE_POOL)
 
-#if defined(_WIN32) || defined(ZTREE_WATCHED_HEAP)
-
-// Windows: thread-local data of a DLL may be gone before its last user there.
 inline void* smallAlloc(std::size_t bytes) noexcept
 {
     return heapAlloc(bytes);
@@ -29,7 +20,7 @@ inline void smallFree(void* block, std::size_t) noexcept
 
 #else
 
-/// Free blocks of one thread by size: 8, 24, 40 ... 136 bytes, as the C library's heap hands them out.
+/// Free blocks of one thread by size: 8, 24, 40 ... 136 bytes, as the heap hands them out.
 struct SmallLists {
     struct Free {
         Free* next;

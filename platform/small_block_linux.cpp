@@ -2,7 +2,7 @@
 
 namespace platform {
 
-#if !defined(ZTREE_WATCHED_HEAP)
+#if defined(ZTREE_POOL)
 
 // 96 bytes of static thread data: little enough for a library that is loaded at run time.
 __thread SmallLists t_small;

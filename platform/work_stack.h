@@ -32,6 +32,7 @@ public:
     }
     T& top() noexcept { return m_entries[m_count - 1]; }
     void pop() noexcept { --m_count; }
+    void clear() noexcept { m_count = 0; }
     bool empty() const noexcept { return m_count == 0; }
     std::size_t size() const noexcept { return m_count; }
     T& operator[](std::size_t i) noexcept { return m_entries[i]; }
