@@ -97,29 +97,61 @@ template <class Kind> void BranchCore<Kind>::dispose(Impl* impl) noexcept
 }
 
 template <class Kind>
-typename Kind::Branch* BranchCore<Kind>::create(const Ch* name, int nameLength, int valueRoom)
+typename Kind::Branch* BranchCore<Kind>::create(const Ch* name, int nameLength, int valueRoom,
+                                                const AttribTexts* attribs, int attribCount)
 {
     static_assert(sizeof(Branch) % alignof(Impl) == 0, "the implementation follows the public object");
-    const std::size_t texts = (static_cast<std::size_t>(nameLength) + 1) * sizeof(Ch) +
-                              (valueRoom ? static_cast<std::size_t>(valueRoom) + sizeof(Ch) : 0);
-    void* block = platform::heapAlloc(sizeof(Branch) + sizeof(Impl) + texts);
+    const std::size_t count = static_cast<std::size_t>(attribCount);
+    const std::size_t slots = count > 1 ? count * sizeof(Attrib*) : 0;
+    std::size_t units = static_cast<std::size_t>(nameLength) + 1;
+    for (std::size_t i = 0; i < count; ++i)
+        units += AttribOps::textUnits(attribs[i].nameLength, attribs[i].valueLength);
+    const std::size_t head = sizeof(Branch) + sizeof(Impl) + slots + count * AttribOps::placeBytes;
+    // The value comes last: it is all that may be long.
+    const std::size_t bytes =
+        head + units * sizeof(Ch) + (valueRoom ? static_cast<std::size_t>(valueRoom) + sizeof(Ch) : 0);
+    char* block = static_cast<char*>(platform::heapAlloc(bytes));
     if (!block)
         throwMemory();
-    void* place = static_cast<char*>(block) + sizeof(Branch);
-    Branch* branch = ::new (block) Branch(static_cast<Impl*>(place));
+    void* place = block + sizeof(Branch);
+    Branch* branch = ::new (static_cast<void*>(block)) Branch(static_cast<Impl*>(place));
     Impl* impl = ::new (place) Impl(branch);
-    Ch* copy = reinterpret_cast<Ch*>(static_cast<char*>(place) + sizeof(Impl));
-    std::copy_n(name, nameLength, copy);
-    copy[nameLength] = 0;
-    impl->m_name = copy;
+    Ch* text = reinterpret_cast<Ch*>(block + head);
+    impl->m_name = text;
+    copyText(text, name, static_cast<std::size_t>(nameLength) * sizeof(Ch));
+    text += nameLength;
+    *text++ = 0;
     impl->m_nameLength = nameLength;
     impl->m_bits = implInBlock | nameInBlock;
+    if (count) {
+        char* at = block + sizeof(Branch) + sizeof(Impl);
+        if (slots)
+            impl->m_attribs.borrow(reinterpret_cast<Attrib**>(at), attribCount);
+        at += slots;
+        for (std::size_t i = 0; i < count; ++i, at += AttribOps::placeBytes) {
+            const AttribTexts& texts = attribs[i];
+            Attrib* attrib = AttribOps::emplace(at, text, texts.name, texts.nameLength, texts.value,
+                                                texts.valueLength, &impl->m_attribsChanged);
+            impl->m_attribs.add(attrib);
+            if (texts.nameLength == 3 && isRel(AttribOps::of(*attrib)->name.text))
+                impl->m_rel = attrib;
+        }
+        impl->m_inBlock = static_cast<std::uint32_t>(at - block);
+    }
     if (valueRoom) {
-        impl->m_value.bytes = reinterpret_cast<char*>(copy + nameLength + 1);
+        impl->m_value.bytes = reinterpret_cast<char*>(text);
         impl->m_length = static_cast<std::uint32_t>(valueRoom);
         impl->m_bits |= valueInBlock;
     }
     return branch;
+}
+
+template <class Kind> void BranchCore<Kind>::dropAttrib(Attrib* attrib) noexcept
+{
+    if (isInBlock(attrib))
+        AttribOps::release(attrib);
+    else
+        delete attrib;
 }
 
 // Deleting goes branch by branch through one list, which the branches form themselves through their parent
@@ -131,15 +163,25 @@ template <class Kind> BranchCore<Kind>::~BranchCore()
     Branch** list = m_bits & dying ? reinterpret_cast<Branch**>(m_parent) : &first;
     if (PtrList<Branch>* linked = links())
         std::sort(linked->begin(), linked->end());
-    for (Branch* child : m_children) {
+    for (Branch** at = m_children.begin(); at != m_children.end(); ++at) {
+        if (m_children.end() - at > 4) // they lie apart, and nothing touched them for long
+            __builtin_prefetch(reinterpret_cast<const void*>(reinterpret_cast<std::uintptr_t>(at[4]) + 64));
+        Branch* child = *at;
         if (!child || (m_extra && std::binary_search(m_extra->links.begin(), m_extra->links.end(), child)))
             continue;
-        of(child)->m_bits &= static_cast<std::uint8_t>(~indexed);
-        of(child)->m_parent = *list;
+        Impl* impl = of(child);
+        impl->m_bits &= static_cast<std::uint8_t>(~held);
+        if (impl->m_bits & implInBlock && impl->m_children.count() == 0) {
+            impl->~Impl();
+            platform::heapFree(child);
+            continue;
+        }
+        impl->m_parent = *list;
         *list = child;
     }
-    for (Attrib** attrib = m_attribs.end(); attrib != m_attribs.begin();)
-        delete *--attrib;
+    if (!m_inBlock || m_attribsChanged)
+        for (Attrib** attrib = m_attribs.end(); attrib != m_attribs.begin();)
+            dropAttrib(*--attrib);
     dropValue();
     dropName();
     delete m_extra;
@@ -151,7 +193,12 @@ template <class Kind> BranchCore<Kind>::~BranchCore()
         first = impl->m_parent;
         impl->m_parent = reinterpret_cast<Branch*>(&first);
         impl->m_bits |= dying;
-        delete dead;
+        if (impl->m_bits & implInBlock) { // made here, so of no derived class
+            impl->~Impl();
+            platform::heapFree(dead);
+        } else {
+            delete dead;
+        }
     }
 }
 
@@ -196,10 +243,18 @@ template <class Kind> void BranchCore<Kind>::dropName() noexcept
 
 template <class Kind> void BranchCore<Kind>::forgetInParent() noexcept
 {
-    if (!(m_bits & indexed))
+    if (m_bits & held)
+        of(m_parent)->forgetChildren();
+}
+
+// It stands no longer among the children of `holder`.
+template <class Kind> void BranchCore<Kind>::letGo(const Branch* holder) noexcept
+{
+    if (!(m_bits & held) || m_parent != holder)
         return;
-    m_bits &= static_cast<std::uint8_t>(~indexed);
-    of(m_parent)->forgetChildren();
+    if (m_bits & parentHidden)
+        m_parent = nullptr;
+    m_bits &= static_cast<std::uint8_t>(~(held | parentHidden));
 }
 
 template <class Kind> void BranchCore<Kind>::forgetChildren() noexcept
@@ -212,6 +267,7 @@ template <class Kind> void BranchCore<Kind>::setParent(Branch* parent) noexcept
 {
     forgetInParent();
     m_parent = parent;
+    m_bits &= static_cast<std::uint8_t>(~(held | parentHidden));
 }
 
 template <class Kind> int BranchCore<Kind>::setName(const Ch* name)
@@ -333,8 +389,9 @@ template <class Kind> void BranchCore<Kind>::setBytes(const void* data, int leng
             m_length = 0;
             throwMemory();
         }
-        std::memcpy(copy, data, static_cast<std::size_t>(length));
-        std::memset(copy + length, 0, sizeof(Ch));
+        copyText(copy, data, static_cast<std::size_t>(length));
+        for (std::size_t i = 0; i < sizeof(Ch); ++i)
+            copy[static_cast<std::size_t>(length) + i] = 0;
     }
     if (!fits || !copy)
         dropValue();
@@ -510,14 +567,13 @@ template <class Kind> int BranchCore<Kind>::findChild(const NameQuery<Ch>& query
     return index->find(
         count, foldedHash(query.text, baseLength),
         [&](int i, std::uint32_t& hash) {
-            // A branch that others may rename without this one's knowledge keeps the list unindexed.
-            Branch* child = m_children.begin()[i];
+            // A branch that may be renamed without this one's knowledge keeps the list unindexed.
+            const Branch* child = m_children.begin()[i];
             if (!child)
                 return true;
-            Impl* impl = of(child);
-            if (impl->m_parent != m_owner || impl->m_flags & 1)
+            const Impl* impl = of(child);
+            if (!(impl->m_bits & held) || impl->m_parent != m_owner || impl->m_flags & 1)
                 return false;
-            impl->m_bits |= indexed;
             hash = foldedHash(impl->m_name, impl->m_nameLength);
             return true;
         },
@@ -530,8 +586,15 @@ template <class Kind> void BranchCore<Kind>::adopt(Branch* child)
         throwMemory();
     m_children.add(child);
     of(child)->m_parent = m_owner;
-    // Without memory for it the list is scanned.
-    if (m_children.count() == indexFrom + 1 && (m_extra || (m_extra = new Extra)) && !m_extra->childIndex)
+    of(child)->m_bits |= held;
+    if (m_children.count() == indexFrom + 1)
+        wantIndex();
+}
+
+// Without memory for it the list is scanned.
+template <class Kind> void BranchCore<Kind>::wantIndex() noexcept
+{
+    if ((m_extra || (m_extra = new Extra)) && !m_extra->childIndex)
         m_extra->childIndex = new NameIndex;
 }
 
@@ -551,6 +614,7 @@ template <class Kind> void BranchCore<Kind>::insertChildren(const Insertion* fre
             slots[--to] = slots[--from];
         slots[--to] = fresh[i].child;
         of(fresh[i].child)->m_parent = m_owner;
+        of(fresh[i].child)->m_bits |= held;
     }
     forgetChildren();
 }
@@ -611,9 +675,10 @@ template <class Kind> int BranchCore<Kind>::linkChild(const Branch* child, bool 
     of(linked)->m_flags |= 1;
     if (replace) {
         const int at = findChild(full);
-        if (at >= 0 && this->child(at) == child && !isLinked(child))
+        if (at >= 0 && this->child(at) == child && !isLinked(child)) {
             m_children.removeAt(at); // it changes from owned to linked
-        else if (at >= 0)
+            of(linked)->letGo(m_owner);
+        } else if (at >= 0)
             removeChild(at);
     }
     forgetChildren();
@@ -626,12 +691,26 @@ template <class Kind> int BranchCore<Kind>::setChild(Branch* child, int index)
 {
     if (index < 0)
         index = m_children.count();
-    if (Branch* before = m_children.at(index))
-        if (of(before)->m_parent == m_owner)
-            of(before)->forgetInParent();
-    forgetChildren();
+    const int count = m_children.count();
+    Branch* before = m_children.at(index);
     if (!m_children.setAt(index, child))
         throwMemory();
+    if (index != count)
+        forgetChildren();
+    if (before && before != child)
+        of(before)->letGo(m_owner);
+    if (child && !isLinked(child)) {
+        Impl* impl = of(child);
+        // It has no parent by this, but its name counts in the index here.
+        if (!impl->m_parent) {
+            impl->m_parent = m_owner;
+            impl->m_bits |= parentHidden;
+        }
+        if (impl->m_parent == m_owner)
+            impl->m_bits |= held;
+    }
+    if (m_children.count() > indexFrom)
+        wantIndex();
     return 0;
 }
 
@@ -690,6 +769,7 @@ template <class Kind> void BranchCore<Kind>::adoptAttrib(Attrib* attrib)
 {
     if (!m_attribs.add(attrib))
         throwMemory();
+    m_attribsChanged = 1;
     if (isRel(attrib->getName())) {
         m_rel = attrib;
         dropFullName();
@@ -734,7 +814,8 @@ template <class Kind> void BranchCore<Kind>::removeAttrib(int index) noexcept
         dropFullName();
     }
     m_attribs.removeAt(index);
-    delete gone;
+    m_attribsChanged = 1;
+    dropAttrib(gone);
 }
 
 template <class Kind>

@@ -18,6 +18,7 @@ struct NarrowTree {
     using Branch = ZTBranch;
     using Impl = mZTBranch;
     using Attrib = ZAttrib;
+    using AttribKind = NarrowAttrib;
     using Tree = ZTree;
     static constexpr bool relIgnoresCase = false; // "rel" is an ordinary attribute
     static constexpr int numberRoom = 600;        // any double with 255 decimals
@@ -28,6 +29,7 @@ struct WideTree {
     using Branch = ZTBranchW;
     using Impl = mZTBranchW;
     using Attrib = ZAttribW;
+    using AttribKind = WideAttrib;
     using Tree = ZTreeW;
     static constexpr bool relIgnoresCase = true;
     static constexpr int numberRoom = 100;
@@ -60,9 +62,19 @@ public:
     static Impl* make(Branch* owner);
     /// What the destructor of the public object does with it.
     static void dispose(Impl* impl) noexcept;
-    /// A new branch in one block with its implementation and name; valueRoom bytes are kept for a binary
-    /// value up to that length. The name is taken as it is, without a look for a suffix. Throws 0x84201001.
-    static Branch* create(const Ch* name, int nameLength, int valueRoom);
+    /// Texts of an attribute that a new branch gets.
+    struct AttribTexts {
+        const Ch* name;
+        int nameLength; // above 0
+        const Ch* value;
+        int valueLength;
+    };
+    /// A new branch in one block with its implementation, name and attributes; valueRoom bytes are kept for
+    /// a binary value up to that length. The name is taken as it is, without a look for a suffix; the texts
+    /// of all attributes together are at most `mostAttribUnits`. Throws 0x84201001.
+    static Branch* create(const Ch* name, int nameLength, int valueRoom, const AttribTexts* attribs = nullptr,
+                          int attribCount = 0);
+    static constexpr std::size_t mostAttribUnits = 1u << 24;
     static Impl* of(const Branch* branch) noexcept { return branch->m_pImpl; }
 
     // --- name ---
@@ -73,7 +85,7 @@ public:
     int equals(const NameQuery<Ch>& query) const noexcept;
     int equals(const Ch* text) const noexcept { return text ? equals(NameQuery<Ch>(text)) : 0; }
     void setParent(Branch* parent) noexcept;
-    Branch* parent() const noexcept { return m_bits & dying ? nullptr : m_parent; }
+    Branch* parent() const noexcept { return m_bits & (dying | parentHidden) ? nullptr : m_parent; }
 
     // --- value ---
     int type() const noexcept { return m_type; }
@@ -85,6 +97,7 @@ public:
         m_type = static_cast<unsigned char>(type);
     }
     void setPrecision(unsigned char precision) noexcept { m_precision = precision; }
+    unsigned char precision() const noexcept { return m_precision; }
     template <class T> int number(int type, T* value) const noexcept
     {
         if (m_type != type)
@@ -126,6 +139,22 @@ public:
     int linkChild(const Branch* child, bool replace);
     int setChild(Branch* child, int index);
     void removeChild(int index) noexcept;
+    /// Takes the children for which gone(child, isLinked) is true out of the list, in one pass; deletes none.
+    template <class Gone> void takeChildren(Gone gone) noexcept
+    {
+        int kept = 0;
+        for (int i = 0; i < m_children.count(); ++i) {
+            Branch* child = m_children.at(i);
+            const int link = child && m_extra && of(child)->m_flags & 1 ? m_extra->links.find(child) : -1;
+            if (!child || !gone(child, link >= 0))
+                m_children.setAt(kept++, child);
+            else if (link >= 0)
+                m_extra->links.removeAt(link);
+        }
+        while (m_children.count() > kept)
+            m_children.removeAt(m_children.count() - 1);
+        forgetChildren();
+    }
     int childValue(int index, const char** value, int* length) const;
 
     // --- attributes ---
@@ -151,6 +180,7 @@ public:
     int load(std::istream& in);
 
 private:
+    using AttribOps = AttribCore<typename Kind::AttribKind>;
     // What few branches need.
     struct Extra : platform::HeapObject {
         Ch* fullName = nullptr;
@@ -163,9 +193,10 @@ private:
         implInBlock = 1,  // the implementation shares a block with the public object
         nameInBlock = 2,  // so does the name
         valueInBlock = 4, // so do the bytes of the value
-        indexed = 8,      // stands in the name index of its parent
+        held = 8,         // stands among the children of m_parent, whose name index has to hear of a new name
         dying = 16,       // is being deleted from a list of dead branches
         roomyValue = 32,  // the block of the value has room up to the next power of two
+        parentHidden = 64, // m_parent is only who holds it: the caller has set no parent
     };
     union Value {
         char c;
@@ -182,8 +213,16 @@ private:
     void dropValue() noexcept;
     void dropName() noexcept;
     void dropFullName() noexcept;
+    bool isInBlock(const Attrib* attrib) const noexcept
+    {
+        return reinterpret_cast<std::uintptr_t>(attrib) - reinterpret_cast<std::uintptr_t>(m_owner) <
+               m_inBlock;
+    }
+    void dropAttrib(Attrib* attrib) noexcept;
     void forgetChildren() noexcept; // the name index of the children is stale
     void forgetInParent() noexcept; // the one this branch stands in
+    void letGo(const Branch* holder) noexcept;
+    void wantIndex() noexcept;
     static bool isRel(const Ch* name) noexcept;
     void setRel(const Ch* suffix, int length);
     int appendAttrib(const Attrib& attrib);
@@ -198,7 +237,9 @@ private:
     std::uint8_t m_flags = 0;
     std::uint8_t m_precision = 2;
     std::uint8_t m_bits = 0;
-    std::uint32_t m_length = 0; // of a type 7 value; kept when another type is stored
+    std::uint8_t m_attribsChanged = 0; // the list or a text in it is no longer as create() made it
+    std::uint32_t m_inBlock = 0;       // bytes of the block with attributes made by create(), from m_owner on
+    std::uint32_t m_length = 0;        // of a type 7 value; kept when another type is stored
     Value m_value{};
     Branch* m_owner;
     Branch* m_parent = nullptr;

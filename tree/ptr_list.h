@@ -8,7 +8,8 @@
 
 namespace ztree_impl {
 
-/// 16 bytes; a single entry needs no block. Owns its slots, never what they point at.
+/// 16 bytes; a single entry needs no block. Owns its slots, unless they are borrowed, never what they point
+/// at.
 template <class T> class PtrList {
 public:
     PtrList() noexcept = default;
@@ -26,9 +27,10 @@ public:
     /// Room for n entries; false when memory is short, nothing has changed then.
     bool reserve(int n) noexcept
     {
-        if (n <= (m_capacity ? m_capacity : 1))
+        const int room = m_capacity < 0 ? -m_capacity : m_capacity ? m_capacity : 1;
+        if (n <= room)
             return true;
-        int wanted = m_capacity ? m_capacity : 1;
+        int wanted = room;
         wanted = wanted > INT_MAX / 2 ? INT_MAX : wanted * 2;
         if (wanted < 4)
             wanted = 4;
@@ -37,14 +39,20 @@ public:
         const std::size_t bytes = static_cast<std::size_t>(wanted) * sizeof(T*);
         if (bytes / sizeof(T*) != static_cast<std::size_t>(wanted) || bytes > PTRDIFF_MAX)
             return false;
-        T** fresh = static_cast<T**>(platform::heapResize(m_capacity ? m_block : nullptr, bytes));
+        T** fresh = static_cast<T**>(platform::heapResize(m_capacity > 0 ? m_block : nullptr, bytes));
         if (!fresh)
             return false;
-        if (!m_capacity && m_count)
-            fresh[0] = m_single;
+        if (m_capacity <= 0)
+            std::memcpy(fresh, slots(), static_cast<std::size_t>(m_count) * sizeof(T*));
         m_block = fresh;
         m_capacity = wanted;
         return true;
+    }
+    /// The first n slots of an empty list, which the caller keeps alive as long as the list.
+    void borrow(T** room, int n) noexcept
+    {
+        m_block = room;
+        m_capacity = -n;
     }
     bool add(T* entry) noexcept
     {
@@ -80,7 +88,7 @@ public:
     }
     void clear() noexcept
     {
-        if (m_capacity)
+        if (m_capacity > 0)
             platform::heapFree(m_block);
         m_single = nullptr;
         m_count = m_capacity = 0;
@@ -95,7 +103,7 @@ private:
         T** m_block;
     };
     int m_count = 0;
-    int m_capacity = 0;
+    int m_capacity = 0; // below 0 for borrowed slots
 };
 
 } // namespace ztree_impl

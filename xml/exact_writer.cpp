@@ -32,7 +32,7 @@ public:
             return;
         if (m_room - m_length < n)
             grow(n);
-        std::memcpy(m_text.get() + m_length, s, n);
+        copyText(m_text.get() + m_length, s, n);
         m_length += n;
     }
     void put(const char* s) { put(s, std::strlen(s)); }
@@ -77,7 +77,7 @@ private:
     };
     bool fail(XmlFault fault, const char* message, const char* name);
     bool name(const char* text, int n);
-    bool escaped(const char* text, std::size_t n, bool inAttribute);
+    template <unsigned char plain> bool escaped(const char* text, std::size_t n);
     bool startOfTag(const Core& branch);
     bool value(const Core& branch, bool& empty);
     void line(std::size_t depth)
@@ -109,16 +109,14 @@ bool Writer::name(const char* text, int n)
     return true;
 }
 
-bool Writer::escaped(const char* text, std::size_t n, bool inAttribute)
+template <unsigned char plain> bool Writer::escaped(const char* text, std::size_t n)
 {
-    const unsigned char plain = inAttribute ? xmlPlainValue : xmlPlainText;
     const char* end = text + n;
     const char* run = text;
     for (const char* at = text; at < end;) {
-        if (xmlChars.is(*at, plain)) {
-            ++at;
-            continue;
-        }
+        at = skipOrdinary<plain>(at, end);
+        if (at == end)
+            break;
         const char* replacement = nullptr;
         switch (*at) {
         case '<':
@@ -181,7 +179,7 @@ bool Writer::startOfTag(const Core& branch)
         if (!name(attrib.getName(), nameLength(attrib)))
             return false;
         m_out.put("=\"", 2);
-        if (!escaped(attrib.getValue(), static_cast<std::size_t>(valueLength(attrib)), true))
+        if (!escaped<xmlPlainValue>(attrib.getValue(), static_cast<std::size_t>(valueLength(attrib))))
             return fail(XmlFault::unrepresented, "XML cannot hold the value of the attribute ",
                         attrib.getName());
         m_out.put('"');
@@ -203,7 +201,7 @@ bool Writer::value(const Core& branch, bool& empty)
         empty = false;
         m_out.put('>');
     }
-    return escaped(text, n, false) ||
+    return escaped<xmlPlainText>(text, n) ||
            fail(XmlFault::unrepresented, "XML cannot hold the value of ", branch.name());
 }
 

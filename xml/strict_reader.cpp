@@ -147,7 +147,6 @@ private:
     bool endTag();
     bool attributes();
     bool attributeValue(Span& value);
-    bool duplicateFree();
     bool reference(Scratch& to);
     bool text();
     bool cdata();
@@ -165,14 +164,13 @@ private:
     ZTBranch* m_root = nullptr;
     platform::WorkStack<Open> m_open;
     platform::WorkStack<Blank> m_blanks;
-    struct Attribute {
-        Span name;
-        Span value;
-        std::uint32_t scratch; // 1 + offset of a changed value in m_values, 0 when
-                               // it stands in the text
-    };
+    using Attribute = Core::AttribTexts;
+    // Of the last start tag. Values that had to be changed are null: they stand one behind the other in
+    // m_values. Entries from m_count on are those of earlier tags.
     platform::WorkStack<Attribute, 16> m_attributes;
+    std::size_t m_count = 0;
     Scratch m_values;
+    const Attribute* firstRepeated();
     Scratch m_text;
 };
 
@@ -344,19 +342,27 @@ bool Reader::misc(bool inProlog)
 bool Reader::comment()
 {
     const char* start = m_at;
-    for (const char* at = m_at + 4; at < m_end;) {
-        if (xmlChars.is(*at, xmlPlainText) && *at != '-') {
-            ++at;
-        } else if (*at == '-' && m_end - at >= 2 && at[1] == '-') {
-            if (m_end - at < 3)
-                break;
-            if (at[2] != '>')
-                return fail(XmlFault::syntax, at, "\"--\" may not stand in a comment");
-            m_at = at + 3;
-            return true;
-        } else if (!characterAt(at)) {
-            return false;
-        }
+    const char* at = m_at + 4;
+    while (at < m_end) {
+        // Up to the next "--", or to the end of a comment that has none.
+        const char* dashes = at;
+        do
+            dashes =
+                static_cast<const char*>(std::memchr(dashes, '-', static_cast<std::size_t>(m_end - dashes)));
+        while (dashes && ++dashes < m_end && *dashes != '-');
+        const bool closed = dashes && dashes < m_end;
+        const char* stop = closed ? dashes - 1 : m_end;
+        while ((at = skipOrdinary<xmlPlainText>(at, stop)) < stop)
+            if (*at == '<' || *at == '&' || *at == ']')
+                ++at;
+            else if (!characterAt(at))
+                return false;
+        if (!closed || m_end - at < 3)
+            break;
+        if (at[2] != '>')
+            return fail(XmlFault::syntax, at, "\"--\" may not stand in a comment");
+        m_at = at + 3;
+        return true;
     }
     return fail(XmlFault::syntax, start, "the comment does not end");
 }
@@ -520,8 +526,7 @@ bool Reader::attributeValue(Span& value)
     bool changed = false;
     const std::size_t before = static_cast<std::size_t>(m_values.span().length);
     for (;;) {
-        while (m_at < m_end && xmlChars.is(*m_at, xmlPlainValue))
-            ++m_at;
+        m_at = skipOrdinary<xmlPlainValue>(m_at, m_end);
         if (atEnd())
             return fail(XmlFault::syntax, start, "the attribute value does not end");
         const char c = *m_at;
@@ -559,47 +564,80 @@ bool Reader::attributeValue(Span& value)
     return true;
 }
 
-bool Reader::duplicateFree()
+// Short texts as a rule.
+inline bool sameBytes(const char* a, const char* b, std::size_t n) noexcept
 {
-    const std::size_t n = m_attributes.size();
-    auto same = [](const Span& a, const Span& b) {
-        return a.length == b.length && std::memcmp(a.text, b.text, static_cast<std::size_t>(a.length)) == 0;
-    };
-    const Span* twice = nullptr;
-    if (n <= 16) {
-        for (std::size_t i = 1; i < n && !twice; ++i)
-            for (std::size_t k = 0; k < i && !twice; ++k)
-                if (same(m_attributes[i].name, m_attributes[k].name))
-                    twice = &m_attributes[i].name;
-    } else {
-        platform::HeapPtr<Span> names(platform::allocArray<Span>(n));
-        if (!names)
-            throwMemory();
-        for (std::size_t i = 0; i < n; ++i)
-            names[i] = m_attributes[i].name;
-        std::sort(names.get(), names.get() + n, [&](const Span& a, const Span& b) {
-            const int order =
-                std::memcmp(a.text, b.text, static_cast<std::size_t>(std::min(a.length, b.length)));
-            if (order || a.length != b.length)
-                return order ? order < 0 : a.length < b.length;
-            return a.text < b.text;
-        });
-        const char* first = nullptr; // the earliest repetition in the text
-        for (std::size_t i = 1; i < n; ++i)
-            if (same(names[i], names[i - 1]) && (!first || names[i].text < first))
-                first = names[i].text;
-        for (std::size_t i = 0; first && i < n; ++i)
-            if (m_attributes[i].name.text == first)
-                twice = &m_attributes[i].name;
+    if (n >= 8 && n <= 16) {
+        std::uint64_t x, y, u, v;
+        std::memcpy(&x, a, 8);
+        std::memcpy(&y, b, 8);
+        std::memcpy(&u, a + n - 8, 8);
+        std::memcpy(&v, b + n - 8, 8);
+        return ((x ^ y) | (u ^ v)) == 0;
     }
-    return !twice ||
-           fail(XmlFault::attribute, twice->text, "the attribute \"", *twice, "\" stands here twice");
+    if (n < 8) {
+        for (std::size_t i = 0; i < n; ++i)
+            if (a[i] != b[i])
+                return false;
+        return true;
+    }
+    return std::memcmp(a, b, n) == 0;
 }
 
+// The second one of two attributes with the same name, the earliest in the text; null when all differ.
+const Reader::Attribute* Reader::firstRepeated()
+{
+    std::uint64_t seen = 0; // a bit for names alike in length and ends
+    bool alike = false;
+    for (std::size_t i = 0; i < m_count; ++i) {
+        const Attribute& a = m_attributes[i];
+        const unsigned ends = static_cast<unsigned char>(a.name[0]) * 7u +
+                              static_cast<unsigned char>(a.name[a.nameLength - 1]) * 3u;
+        const std::uint64_t bit = std::uint64_t{1}
+                                  << ((static_cast<unsigned>(a.nameLength) * 11u + ends) & 63);
+        alike = alike || seen & bit;
+        seen |= bit;
+    }
+    if (!alike)
+        return nullptr;
+    auto same = [](const Attribute& a, const Attribute& b) {
+        return a.nameLength == b.nameLength &&
+               sameBytes(a.name, b.name, static_cast<std::size_t>(a.nameLength));
+    };
+    if (m_count <= 16) {
+        for (std::size_t i = 1; i < m_count; ++i)
+            for (std::size_t k = 0; k < i; ++k)
+                if (same(m_attributes[i], m_attributes[k]))
+                    return &m_attributes[i];
+        return nullptr;
+    }
+    platform::HeapPtr<const Attribute*> sorted(platform::allocArray<const Attribute*>(m_count));
+    if (!sorted)
+        throwMemory();
+    for (std::size_t i = 0; i < m_count; ++i)
+        sorted[i] = &m_attributes[i];
+    std::sort(sorted.get(), sorted.get() + m_count, [](const Attribute* a, const Attribute* b) {
+        const int order =
+            std::memcmp(a->name, b->name, static_cast<std::size_t>(std::min(a->nameLength, b->nameLength)));
+        if (order || a->nameLength != b->nameLength)
+            return order ? order < 0 : a->nameLength < b->nameLength;
+        return a < b;
+    });
+    const Attribute* first = nullptr;
+    for (std::size_t i = 1; i < m_count; ++i)
+        if (same(*sorted[i], *sorted[i - 1]) && (!first || sorted[i] < first))
+            first = sorted[i];
+    return first;
+}
+
+// What stands behind the name in a start tag, up to its ">" or "/". Elements of a kind tend to have the same
+// attributes in the same order: names are compared with those of the tag before, and looked at only when they
+// differ.
 bool Reader::attributes()
 {
-    while (!m_attributes.empty())
-        m_attributes.pop();
+    const std::size_t known = m_count;
+    bool asBefore = true;
+    m_count = 0;
     m_values.clear();
     for (;;) {
         const char* before = m_at;
@@ -607,26 +645,46 @@ bool Reader::attributes()
         if (atEnd())
             return fail(XmlFault::syntax, m_at, "the tag does not end");
         if (*m_at == '>' || *m_at == '/')
-            return duplicateFree();
+            break;
         if (before == m_at)
             return fail(XmlFault::syntax, m_at, "a blank is missing before the attribute");
         Attribute attribute{};
-        if (!name(attribute.name, "an attribute name, \">\" or \"/>\" is missing here"))
-            return false;
-        skipSpace();
-        if (atEnd() || *m_at != '=')
-            return fail(XmlFault::syntax, m_at, "\"=\" is missing behind the attribute \"", attribute.name,
-                        "\"");
+        if (m_count < known) {
+            const Attribute& candidate = m_attributes[m_count];
+            if (m_end - m_at > candidate.nameLength && m_at[candidate.nameLength] == '=' &&
+                sameBytes(m_at, candidate.name, static_cast<std::size_t>(candidate.nameLength))) {
+                attribute.name = m_at;
+                attribute.nameLength = candidate.nameLength;
+                m_at += candidate.nameLength;
+            }
+        }
+        if (!attribute.name) {
+            asBefore = false;
+            Span found;
+            if (!name(found, "an attribute name, \">\" or \"/>\" is missing here"))
+                return false;
+            attribute.name = found.text;
+            attribute.nameLength = found.length;
+            skipSpace();
+            if (atEnd() || *m_at != '=')
+                return fail(XmlFault::syntax, m_at, "\"=\" is missing behind the attribute \"", found, "\"");
+        }
         ++m_at;
         skipSpace();
-        const int from = m_values.span().length;
-        if (!attributeValue(attribute.value))
+        Span value;
+        if (!attributeValue(value))
             return false;
-        if (!attribute.value.text)
-            attribute.scratch = static_cast<std::uint32_t>(from) + 1;
-        if (!m_attributes.push(attribute))
+        attribute.value = value.text;
+        attribute.valueLength = value.length;
+        if (m_count < m_attributes.size())
+            m_attributes[m_count] = attribute;
+        else if (!m_attributes.push(attribute))
             throwMemory();
+        ++m_count;
     }
+    const Attribute* twice = asBefore ? nullptr : firstRepeated();
+    return !twice || fail(XmlFault::attribute, twice->name, "the attribute \"",
+                          {twice->name, twice->nameLength}, "\" stands here twice");
 }
 
 bool Reader::startTag()
@@ -646,16 +704,27 @@ bool Reader::startTag()
     Span value = {nullptr, 0};
     bool leaf = false;
     if (!empty) {
-        const char* run = m_at;
-        while (run < m_end && xmlChars.is(*run, xmlPlainText))
-            ++run;
+        const char* run = skipOrdinary<xmlPlainText>(m_at, m_end);
         leaf = run > m_at && run - m_at < INT_MAX - 64 && m_end - run >= 2 && run[0] == '<' && run[1] == '/';
         if (leaf) {
             value = {m_at, static_cast<int>(run - m_at)};
             m_at = run;
         }
     }
-    ZTBranch* branch = Core::create(tag.text, tag.length, value.length);
+    const int count = static_cast<int>(m_count);
+    std::size_t units = 0;
+    const char* changed = m_values.span().text;
+    for (int i = 0; i < count; ++i) {
+        Attribute& a = m_attributes[static_cast<std::size_t>(i)];
+        if (!a.value) {
+            a.value = changed;
+            changed += a.valueLength;
+        }
+        units += static_cast<std::size_t>(a.nameLength) + static_cast<std::size_t>(a.valueLength) + 2;
+    }
+    const bool inBlock = units <= Core::mostAttribUnits;
+    ZTBranch* branch = Core::create(tag.text, tag.length, value.length,
+                                    inBlock && count ? &m_attributes[0] : nullptr, inBlock ? count : 0);
     Core& core = *Core::of(branch);
     try {
         if (m_open.empty())
@@ -669,10 +738,9 @@ bool Reader::startTag()
     // From here on the branch belongs to the tree being built.
     if (leaf)
         core.setBytes(value.text, value.length);
-    for (std::size_t i = 0; i < m_attributes.size(); ++i) {
-        const Attribute& a = m_attributes[i];
-        const char* text = a.scratch ? m_values.span().text + (a.scratch - 1) : a.value.text;
-        ZAttrib* attrib = newAttrib(a.name.text, a.name.length, text, a.value.length);
+    for (int i = 0; i < count && !inBlock; ++i) {
+        const Attribute& texts = m_attributes[static_cast<std::size_t>(i)];
+        ZAttrib* attrib = newAttrib(texts.name, texts.nameLength, texts.value, texts.valueLength);
         try {
             core.adoptAttrib(attrib);
         } catch (...) {
@@ -680,7 +748,15 @@ bool Reader::startTag()
             throw;
         }
     }
-    if (!empty && !m_open.push({branch, tag, leaf, m_blanks.size()}))
+    if (empty)
+        return true;
+    // Its end tag is the usual one.
+    if (leaf && m_end - m_at >= tag.length + 3 && m_at[tag.length + 2] == '>' &&
+        std::memcmp(m_at + 2, tag.text, static_cast<std::size_t>(tag.length)) == 0) {
+        m_at += tag.length + 3;
+        return true;
+    }
+    if (!m_open.push({branch, tag, leaf, m_blanks.size()}))
         throwMemory();
     return true;
 }
@@ -696,11 +772,9 @@ bool Reader::text()
     for (;;) {
         while (m_at < m_end && xmlChars.is(*m_at, xmlSpace) && *m_at != '\r')
             ++m_at;
-        if (m_at < m_end && xmlChars.is(*m_at, xmlPlainText)) {
+        if (const char* stop = skipOrdinary<xmlPlainText>(m_at, m_end); stop != m_at) {
             blank = false;
-            do
-                ++m_at;
-            while (m_at < m_end && xmlChars.is(*m_at, xmlPlainText));
+            m_at = stop;
         }
         if (atEnd() || *m_at == '<')
             break;
@@ -746,8 +820,7 @@ bool Reader::cdata()
     const char* from = m_at;
     m_text.clear();
     for (;;) {
-        while (m_at < m_end && xmlChars.is(*m_at, xmlPlainText))
-            ++m_at;
+        m_at = skipOrdinary<xmlPlainText>(m_at, m_end);
         if (atEnd())
             return fail(XmlFault::syntax, start, "the CDATA section does not end");
         if (*m_at == ']' && m_end - m_at >= 3 && m_at[1] == ']' && m_at[2] == '>')
@@ -879,7 +952,8 @@ bool Reader::endTag()
     const std::size_t n = static_cast<std::size_t>(open.name.length);
     const bool matches =
         static_cast<std::size_t>(m_end - m_at) >= n && std::memcmp(m_at, open.name.text, n) == 0;
-    if (!matches || (m_end - m_at > open.name.length && xmlNameLength(m_at, m_end) != n)) {
+    const bool ends = m_end - m_at > open.name.length && m_at[n] == '>';
+    if (!matches || (!ends && xmlNameLength(m_at, m_end) != n)) {
         Span found;
         if (!name(found, "an end tag has no name"))
             return false;

@@ -3,6 +3,10 @@
 
 #include <cstdint>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 namespace ztree_impl {
 
 enum : unsigned char {
@@ -63,6 +67,51 @@ inline int utf8Character(const char* s, std::size_t n, std::uint32_t& c) noexcep
     return 0;
 }
 
+/// The first byte from `at` on that does not stand in text, or in an attribute value, as it is.
+template <unsigned char kind> inline const char* skipPlain(const char* at, const char* end) noexcept
+{
+#if defined(__SSE2__)
+    static_assert(kind == xmlPlainText || kind == xmlPlainValue, "the table's two kinds");
+    while (end - at >= 16) {
+        const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(at));
+        const auto is = [bytes](char c) { return _mm_cmpeq_epi8(bytes, _mm_set1_epi8(c)); };
+        __m128i stops = _mm_cmplt_epi8(bytes, _mm_set1_epi8(' ')); // bytes above 127 are negative
+        if (kind == xmlPlainText)
+            stops = _mm_or_si128(_mm_andnot_si128(_mm_or_si128(is('\t'), is('\n')), stops), is(']'));
+        else
+            stops = _mm_or_si128(stops, _mm_or_si128(is('"'), is('\'')));
+        stops = _mm_or_si128(stops, _mm_or_si128(is('<'), is('&')));
+        if (const unsigned mask = static_cast<unsigned>(_mm_movemask_epi8(stops)))
+            return at + __builtin_ctz(mask);
+        at += 16;
+    }
+#endif
+    while (at < end && xmlChars.is(*at, kind))
+        ++at;
+    return at;
+}
+
+/// skipPlain that passes the characters above ASCII too, as long as they are well-formed and allowed.
+template <unsigned char kind> inline const char* skipOrdinary(const char* at, const char* end) noexcept
+{
+    const auto byte = [&at](int i) { return static_cast<unsigned char>(at[i]); };
+    const auto more = [&byte](int i) { return (byte(i) & 0xC0) == 0x80; };
+    for (;;) {
+        at = skipPlain<kind>(at, end);
+        const char* before = at;
+        while (end - at >= 4 && byte(0) >= 0xC2) {
+            if (byte(0) < 0xE0 && more(1))
+                at += 2;
+            else if (byte(0) > 0xE0 && byte(0) < 0xEF && byte(0) != 0xED && more(1) && more(2))
+                at += 3;
+            else
+                break; // rare or wrong: for the careful way
+        }
+        if (at == before)
+            return at;
+    }
+}
+
 inline bool isXmlCharacter(std::uint32_t c) noexcept
 {
     return c == 9 || c == 10 || c == 13 || (c >= 0x20 && c <= 0xD7FF) || (c >= 0xE000 && c <= 0xFFFD) ||
@@ -86,6 +135,25 @@ inline bool isXmlNameCharacter(std::uint32_t c) noexcept
 inline std::size_t xmlNameLength(const char* s, const char* end) noexcept
 {
     const char* at = s;
+    if (end - at > 4 && xmlChars.is(*at, xmlNameStart)) {
+        ++at;
+        for (; end - at >= 4; at += 4) {
+            if (!xmlChars.is(at[0], xmlName))
+                break;
+            if (!xmlChars.is(at[1], xmlName)) {
+                ++at;
+                break;
+            }
+            if (!xmlChars.is(at[2], xmlName)) {
+                at += 2;
+                break;
+            }
+            if (!xmlChars.is(at[3], xmlName)) {
+                at += 3;
+                break;
+            }
+        }
+    }
     while (at < end) {
         const unsigned char u = static_cast<unsigned char>(*at);
         if (u < 128) {
