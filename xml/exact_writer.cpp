@@ -7,6 +7,7 @@
 #include <ztree/ext/xml.h>
 #include <ztree/runtime.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 
@@ -73,13 +74,14 @@ private:
     struct Open {
         const ZTBranch* branch;
         int next;
-        bool inlined; // no line ends may come in
+        bool inlined;    // no line ends may come in
+        bool onlyBlanks; // its text is blank, and none was written yet
     };
     bool fail(XmlFault fault, const char* message, const char* name);
     bool name(const char* text, int n);
     template <unsigned char plain> bool escaped(const char* text, std::size_t n);
     bool startOfTag(const Core& branch);
-    bool value(const Core& branch, bool& empty);
+    bool value(const Core& branch, bool& empty, bool& onlyBlanks);
     void line(std::size_t depth)
     {
         if (m_style.indent < 0)
@@ -188,7 +190,7 @@ bool Writer::startOfTag(const Core& branch)
 }
 
 // The value as text; `empty` when there is none.
-bool Writer::value(const Core& branch, bool& empty)
+bool Writer::value(const Core& branch, bool& empty, bool& onlyBlanks)
 {
     char digits[NarrowTree::numberRoom];
     const char* text = branch.binary();
@@ -201,6 +203,15 @@ bool Writer::value(const Core& branch, bool& empty)
         empty = false;
         m_out.put('>');
     }
+    if (n && onlyBlanks) {
+        // Blanks among elements do not count; one that is written as a reference does, and makes all count.
+        char reference[8];
+        m_out.put(reference,
+                  static_cast<std::size_t>(std::snprintf(reference, sizeof reference, "&#%d;", *text)));
+        ++text;
+        --n;
+        onlyBlanks = false;
+    }
     return escaped<xmlPlainText>(text, n) ||
            fail(XmlFault::unrepresented, "XML cannot hold the value of ", branch.name());
 }
@@ -208,6 +219,38 @@ bool Writer::value(const Core& branch, bool& empty)
 bool isText(const Core& branch) noexcept
 {
     return branch.nameLength() == 5 && std::memcmp(branch.name(), "#text", 5) == 0;
+}
+
+bool hasText(const Core& branch) noexcept
+{
+    return branch.type() == 7 ? branch.binaryLength() > 0 : branch.type() != 0;
+}
+
+bool isBlank(const Core& branch) noexcept
+{
+    if (branch.type() != 7)
+        return branch.type() == 0;
+    const char* text = branch.binary();
+    return std::all_of(text, text + branch.binaryLength(), [](char c) { return xmlChars.is(c, xmlSpace); });
+}
+
+// What stands in an element that has children: whether text does, and whether that is nothing but blanks
+// beside elements.
+void lookAtText(const Core& element, bool& text, bool& onlyBlanks) noexcept
+{
+    bool elements = false;
+    bool ordinary = !isBlank(element);
+    text = hasText(element);
+    for (int i = 0; i < element.childCount() && !ordinary; ++i) {
+        const ZTBranch* child = element.child(i);
+        if (!child)
+            continue;
+        const bool piece = isText(*Core::of(child));
+        elements |= !piece;
+        text |= piece && hasText(*Core::of(child));
+        ordinary |= piece && !isBlank(*Core::of(child));
+    }
+    onlyBlanks = text && elements && !ordinary;
 }
 
 bool Writer::write(const ZTBranch& top)
@@ -223,7 +266,7 @@ bool Writer::write(const ZTBranch& top)
         const bool inlined = !way.empty() && way.top().inlined;
         if (!way.empty() && isText(branch)) {
             bool empty = false;
-            if (!value(branch, empty))
+            if (!value(branch, empty, way.top().onlyBlanks))
                 return false;
         } else {
             if (!way.empty() && !inlined)
@@ -231,17 +274,17 @@ bool Writer::write(const ZTBranch& top)
             if (!startOfTag(branch))
                 return false;
             bool empty = true;
-            if (!value(branch, empty))
+            bool text = false;
+            bool onlyBlanks = false;
+            if (branch.childCount())
+                lookAtText(branch, text, onlyBlanks);
+            if (!value(branch, empty, onlyBlanks))
                 return false;
             if (branch.childCount()) {
                 if (empty)
                     m_out.put('>');
-                // Line ends among the children of an element with text would become
-                // part of the text.
-                bool text = inlined || !empty;
-                for (int i = 0; i < branch.childCount() && !text; ++i)
-                    text = branch.child(i) && isText(*Core::of(branch.child(i)));
-                if (!way.push({next, 0, text}))
+                // Line ends among the children of an element with text would become part of the text.
+                if (!way.push({next, 0, inlined || text, onlyBlanks}))
                     throwMemory();
             } else if (empty) {
                 m_out.put("/>", 2);

@@ -253,8 +253,7 @@ bool Reader::pseudoAttribute(const char* wanted, Span& value)
     const char* before = m_at;
     skipSpace();
     if (!looksAt(wanted)) {
-        if (!looksAt("?>"))
-            return true;
+        m_at = before; // for what comes instead
         return true;
     }
     if (before == m_at)

@@ -214,6 +214,41 @@ TYPED_TEST(BranchTwins, manyChildrenAreFoundFirstInOrder)
     b.removeChild(199);
 }
 
+// Children that were only put in are found fast too, although they name no parent.
+TYPED_TEST(BranchTwins, childrenPutInAreFoundAfterARename)
+{
+    using Branch = typename TypeParam::Branch;
+    const auto w = &TestFixture::w;
+    Branch* outlives = nullptr;
+    {
+        Branch b(w("top").c_str());
+        for (int i = 0; i < 40; ++i)
+            b.setChild(new Branch(w("n" + std::to_string(i)).c_str(), i % 2 ? &b : nullptr), -1);
+        for (int round = 0; round < 3; ++round) // the index comes with use
+            ASSERT_EQ(b.findChild(w("N38").c_str()), 38);
+        EXPECT_EQ(b.getChild(4)->getParent(), nullptr);
+        EXPECT_EQ(b.getChild(5)->getParent(), &b);
+        b.getChild(4)->setName(w("fresh").c_str());
+        EXPECT_EQ(b.findChild(w("n4").c_str()), -1);
+        EXPECT_EQ(b.findChild(w("fresh").c_str()), 4);
+        outlives = b.getChild(10);
+        b.setChild(new Branch(w("n38").c_str()), 10);
+        EXPECT_EQ(b.findChild(w("n38").c_str()), 10);
+        outlives->setName(w("other").c_str());
+        EXPECT_EQ(b.findChild(w("other").c_str()), -1);
+        // Owned first, then listed by a link instead: it outlives the list as well.
+        Branch* linked = b.getChild(20);
+        b.linkChild(linked, true);
+        EXPECT_EQ(b.findChild(w("n20").c_str()), 39);
+        b.removeChild(39);
+        linked->setName(w("later").c_str());
+        delete linked;
+    }
+    outlives->setName(w("alone").c_str());
+    EXPECT_EQ(narrow(outlives->getName()), "alone");
+    delete outlives;
+}
+
 TYPED_TEST(BranchTwins, walksVisitInTheirOrder)
 {
     using Branch = typename TypeParam::Branch;

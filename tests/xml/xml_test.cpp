@@ -257,6 +257,30 @@ TEST_F(XmlTest, strictReaderKeepsWhatCounts)
     EXPECT_EQ(error.fault, ztree::XmlFault::name);
 }
 
+// Branch, attributes and texts come in one block; each of them can still be changed and removed.
+TEST_F(XmlTest, whatWasReadCanBeChanged)
+{
+    const std::string text = "<r><a one='1' two='2' Rel='x' four='4'>value</a><b only='1'/></r>";
+    ZTree tree;
+    ASSERT_TRUE(ztree::readXml(text.data(), text.size(), tree));
+    ZTBranch* a = tree.root()->getChild("a(x)");
+    ASSERT_NE(a, nullptr);
+    a->getAttrib("two")->setValue("a longer value than there was");
+    a->removeAttrib("one");
+    a->addAttrib(ZAttrib("five", "5"), false);
+    *a->getAttrib("four") = ZAttrib("FOUR", "IV");
+    a->setName("A(y)");
+    a->setValue("another value that needs more room", -1);
+    tree.root()->getChild("b")->removeAttrib(0);
+    EXPECT_EQ(tree.root()->getChild("a(x)"), nullptr);
+    EXPECT_EQ(asText(tree), "<r><A two=\"a longer value than there was\" Rel=\"y\" FOUR=\"IV\" five=\"5\">"
+                            "another value that needs more room</A><b/></r>");
+    // Taken out of its tree, a branch of the reader's is deleted like any other.
+    ZTBranch* b = tree.root()->getChild("b");
+    tree.root()->setChild(new ZTBranch("c"), 1);
+    delete b;
+}
+
 TEST_F(XmlTest, depthAndWidthNeedNoStackAndNoSquare)
 {
     platform::Hooks::off();

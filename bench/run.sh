@@ -1,0 +1,20 @@
+#!/usr/bin/env bash
+# Measures ztree beside the libraries that Debian packages and says which floors and goals are met.
+#   bench/run.sh [--markdown]      some minutes; results stay in build/bench/*.json
+set -euo pipefail
+cd "$(dirname "$0")/.."
+tools/setup.sh bench
+mkdir -p build
+cmake --preset bench >build/bench.log 2>&1 || { cat build/bench.log; exit 1; }
+cmake --build --preset bench --target ztree_bench -j "${ZTREE_JOBS:-$(nproc)}" -- --quiet
+run()
+{
+    build/bench/bench/ztree_bench --benchmark_out_format=json "$@" >/dev/null 2>build/bench/run.log ||
+        { cat build/bench/run.log; exit 1; }
+}
+# Large trees and documents take their own number of rounds; the rest is the median of five.
+run --benchmark_filter='^(tree|xml)' --benchmark_out=build/bench/large.json --benchmark_min_time=0.2
+run --benchmark_filter='-^(tree|xml|grow|parseGrowth|setGrowth|thrown|.*[kK]ernel|sort)' \
+    --benchmark_out=build/bench/small.json --benchmark_min_time=0.05 --benchmark_repetitions=5 \
+    --benchmark_enable_random_interleaving=true
+python3 bench/table.py "$@" build/bench/large.json build/bench/small.json

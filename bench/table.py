@@ -1,0 +1,168 @@
+#!/usr/bin/env python3
+"""Turns results of Google Benchmark (JSON) into the table of what is promised and what is aimed at.
+
+    table.py [--markdown] RESULT.json...
+
+A row compares one figure of ztree with peers measured in the same run. Floor and goal are factors of a peer's
+speed, or figures of their own; a row whose peers are not installed says so. Exit code 1 when a floor is missed.
+"""
+import json
+import sys
+
+# Row: what, ztree's benchmark, floor, goal. Floor and goal are (peer's benchmark, factor of its speed), or a
+# number: nanoseconds an item or an iteration (counter names as third member), or None.
+ROWS = [
+    ("XML to tree, MIME database", "xmlParse/ztree/mime", ("xmlParse/tinyxml2/mime", 2), ("xmlParse/pugixml/mime", 1)),
+    ("XML to tree, attributes", "xmlParse/ztree/languages", ("xmlParse/tinyxml2/languages", 2),
+     ("xmlParse/pugixml/languages", 1)),
+    ("XML to tree, 50 MB", "xmlParse/ztree/records50MB", ("xmlParse/tinyxml2/records50MB", 2),
+     ("xmlParse/pugixml/records50MB", 1)),
+    ("XML to elements to tree, 50 MB", "xmlParse/ztreeSmall/records50MB", ("xmlParse/tinyxml2/records50MB", 1),
+     ("xmlParse/tinyxml2/records50MB", 3)),
+    ("tree to XML, MIME database", "xmlWrite/ztree/mime", ("xmlWrite/tinyxml2/mime", 1), ("xmlWrite/pugixml/mime", 1)),
+    ("tree to XML, 50 MB", "xmlWrite/ztree/records50MB", ("xmlWrite/tinyxml2/records50MB", 1),
+     ("xmlWrite/pugixml/records50MB", 1)),
+    ("build a node", "treeBuild/ztree/bare", 100, ("treeBuild/pugixml/bare", 1)),
+    ("free a node", "treeFree/ztree/bare", 80, ("treeFree/pugixml/bare", 1)),
+    ("walk a node", "treeWalk/ztree", 30, ("treeWalk/pugixml", 1)),
+    ("child by name among 1,000", "treeChildByName/ztree", ("treeChildByName/pugixml", 1),
+     ("treeChildByName/propertyTree", 5)),
+    ("bytes of a node", "treeMemory/ztree", ("bytes/node", 450), ("bytes/node", 225)),
+    ("string, default", "BM_default<ZString>", ("BM_default<QByteArray>", 1), ("BM_default<std::string>", 1)),
+    ("string, short copy", "BM_copy<ZString>/10", ("BM_copy<QByteArray>/10", 1), ("BM_copy<std::string>/10", 1)),
+    ("string, copy of 1 KB", "BM_copy<ZString>/1000", ("BM_copy<QByteArray>/1000", 1),
+     ("BM_copy<QByteArray>/1000", 2)),
+    ("append 1 char, 1,000,000 times", "BM_appendChars<ZString>", ("BM_appendChars<QByteArray>", 1),
+     ("BM_appendChars<std::string>", 1)),
+    ("find a char in 1 MB", "BM_findChar_ZString", ("BM_findChar_string", 0.8), ("BM_findChar_string", 1)),
+    ("find a word in 1 MB", "BM_findWord_ZString", ("BM_findWord_QByteArray", 0.8), ("BM_findWord_QByteArray", 1)),
+    ("upper-case 1 MB, narrow", "BM_upper_ZString", ("BM_upper_QByteArray", 1), ("BM_upper_QByteArray", 1)),
+    ("upper-case 1 MB, wide", "BM_upper_ZStringW", ("BM_upper_QString", 1), ("BM_upper_QString", 3)),
+    ("UTF-8 to UTF-16, English", "decodeZtree/0", ("decodeIcu/0", 1), 8.8e9),
+    ("UTF-8 to UTF-16, Russian", "decodeZtree/1", ("decodeIcu/1", 1), 4.2e9),
+    ("UTF-8 to UTF-16, Chinese", "decodeZtree/2", ("decodeIcu/2", 1), 3.0e9),
+    ("windows-1252 to UTF-16", "from1252Ztree/3", ("from1252Icu/3", 1.2), 3.7e9),
+    ("UTF-16 to windows-1252", "to1252Ztree/3", ("to1252Icu/3", 1.2), 3.2e9),
+    ("a field of 20 characters converted", "fieldZtree/1", ("fieldIcu/1", 1), 23),
+    ("locked add", "add<ZArray>/1000000", ("add<MutexVector>/1000000", 1), ("add<SpinVector>/1000000", 1)),
+    ("locked read", "read<ZArray>", ("read<MutexVector>", 1), ("read<SpinVector>", 1)),
+    ("two threads on one array", "twoThreadsRead<ZArray>", ("twoThreadsRead<RecursiveMutexVector>", 0.7),
+     ("twoThreadsRead<RecursiveMutexVector>", 0.7)),
+    ("sorted insert, 10,000", "insertSorted<Sorted>/10000", ("insertSorted<SortedVector>/10000", 1),
+     ("insertSorted<Multiset>/10000", 1)),
+    ("sorted search, 10,000", "searchSorted<Sorted>/10000", ("searchSorted<SortedVector>/10000", 1),
+     ("searchSorted<Multiset>/10000", 1)),
+    ("CSV lines to records", "csvRead/ztree", ("csvRead/boostTokenizer", 2), 469e6),
+    ("records to CSV lines", "csvWrite/ztree", ("csvWrite/snprintf", 1), ("csvWrite/fmt", 1.5)),
+    ("date to text", "date/toText/ztree", ("date/toText/strftime", 1), ("date/toText/strftime", 3)),
+    ("text to date", "date/fromText/ztree", ("date/fromText/strptime", 1), ("date/fromText/strptime", 1.5)),
+    ("amount to text", "amount/toText/ztree", ("amount/toText/fmt", 1), ("amount/toText/to_charsAndGrouping", 1)),
+    ("text to amount", "amount/fromText/ztree", ("amount/fromText/strtod", 1), ("amount/fromText/from_chars", 1)),
+    ("words, English", "words/en/ztree", ("words/en/icu", 1.5), ("words/en/icu", 4)),
+    ("words, German", "words/de/ztree", ("words/de/icu", 1.5), ("words/de/icu", 4)),
+    ("words, Russian", "words/ru/ztree", ("words/ru/icu", 1.5), ("words/ru/icu", 4)),
+    ("expression, short", "expressionNew/0", ("expressionMuParser/0", 20), 30),
+    ("expression, 45 characters", "expressionNew/1", ("expressionMuParser/1", 20), 194),
+    ("expression, 0.9 KB", "expressionNew/2", ("expressionMuParser/2", 20), 4605),
+    ("log entry written", "logWrite/ztree", ("logWrite/spdlog", 1), ("logWrite/spdlog", 1)),
+    ("log entry filtered out", "logFiltered/ztree", 10, 2),
+    ("tokens of 10 MB", "split10MB/byTokenizer", 216e6, ("split10MB/byStrtok", 2)),
+    ("hex dump, 4 KB", "dumpZtree/4096", 218e6, ("dumpTable/4096", 0.5)),
+    ("attribute text, list and lookup", "parseList", ("parseTinyxml2", 1), ("parsePugixml", 1)),
+]
+
+
+class Result:
+    def __init__(self, entry):
+        scale = {"ns": 1, "us": 1e3, "ms": 1e6, "s": 1e9}[entry["time_unit"]]
+        self.counters = entry
+        self.nanoseconds = entry.get("ns/node", entry["real_time"] * scale)
+        self.bytes = entry.get("bytes_per_second")
+        self.items = entry.get("items_per_second")
+
+    def speed(self, other=None):
+        """Comparable with other's: bytes or items a second where both have them, else runs a second."""
+        for kind in ("bytes", "items"):
+            if getattr(self, kind) and (other is None or getattr(other, kind)):
+                return getattr(self, kind)
+        return 1e9 / self.nanoseconds
+
+    def text(self):
+        if "bytes/node" in self.counters and "ns/node" not in self.counters:
+            return f"{self.counters['bytes/node']:.0f} B"
+        if self.bytes:
+            return f"{self.bytes / 1e6:,.0f} MB/s"
+        if self.items:
+            return f"{1e9 / self.items:.1f} ns"
+        return f"{self.nanoseconds:,.1f} ns" if self.nanoseconds < 1e4 else f"{self.nanoseconds / 1e6:,.2f} ms"
+
+
+def load(paths):
+    found, single = {}, {}
+    for path in paths:
+        with open(path) as f:
+            for entry in json.load(f)["benchmarks"]:
+                if entry.get("error_occurred"):
+                    continue
+                name = entry.get("run_name", entry["name"])
+                for tail in ("/iterations:", "/manual_time", "/real_time", "/repeats:", "/min_time:"):
+                    name = name.split(tail)[0]
+                if entry.get("run_type") == "aggregate":
+                    if entry["aggregate_name"] == "median":
+                        found[name] = Result(entry)
+                else:
+                    single.setdefault(name, Result(entry))
+    return {**single, **found}
+
+
+def judge(ours, bound, results):
+    """(text of the bound, met or None when it cannot be said)"""
+    if bound is None:
+        return "", None
+    if not isinstance(bound, tuple):
+        if bound > 1e6:
+            return f"{bound / 1e6:,.0f} MB/s", ours.bytes >= bound
+        return f"{bound} ns", (1e9 / ours.items if ours.items else ours.nanoseconds) <= bound
+    name, factor = bound
+    if name in ours.counters:
+        return f"{factor} B", ours.counters[name] <= factor
+    peer = results.get(name)
+    label = name.replace("BM_", "")
+    if not peer:
+        return f"{label}: not measured", None
+    ratio = ours.speed(peer) / peer.speed(ours)
+    wanted = "" if factor == 1 else f"{factor:g} x "
+    return f"{wanted}{label} ({peer.text()}): {ratio:.2f}", ratio >= factor
+
+
+def main(arguments):
+    markdown = "--markdown" in arguments
+    results = load([a for a in arguments if not a.startswith("--")])
+    rows, missed, goals, met = [], 0, 0, 0
+    sign = {True: "yes", False: "NO", None: "-"}
+    for what, name, floor, goal in ROWS:
+        ours = results.get(name)
+        if not ours:
+            rows.append((what, "not measured", "", "-", "", "-"))
+            continue
+        floor_text, floor_met = judge(ours, floor, results)
+        goal_text, goal_met = judge(ours, goal, results)
+        missed += floor_met is False
+        goals += goal_met is not None
+        met += goal_met is True
+        rows.append((what, ours.text(), floor_text, sign[floor_met], goal_text, sign[goal_met]))
+    head = ("work", "ztree", "floor: times the peer's speed", "met", "goal", "met")
+    if markdown:
+        print("| " + " | ".join(head) + " |\n|" + "---|" * len(head))
+        for row in rows:
+            print("| " + " | ".join(row) + " |")
+    else:
+        widths = [max(len(r[i]) for r in rows + [head]) for i in range(len(head))]
+        for row in [head] + rows:
+            print("  ".join(c.ljust(w) for c, w in zip(row, widths)).rstrip())
+    print(f"\n{missed} floors missed; {met} of {goals} goals met.")
+    return 1 if missed else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main(sys.argv[1:]))
