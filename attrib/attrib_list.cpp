@@ -240,10 +240,66 @@ template <class Kind> const typename Kind::Char* AttribListCore<Kind>::get(const
     return found >= 0 ? at(found)->getValue() : nullptr;
 }
 
+namespace {
+// The first units of a name, folded: names in order have them in order.
+std::uint64_t headOf(const char* name) noexcept
+{
+    std::uint64_t head = 0;
+    for (int shift = 56; shift >= 0 && *name; shift -= 8, ++name) {
+        const unsigned char u = static_cast<unsigned char>(*name);
+        head |= std::uint64_t{static_cast<unsigned char>(u - 0x41u < 26u ? u | 0x20 : u)} << shift;
+    }
+    return head;
+}
+std::uint64_t headOf(const zwchar* name) noexcept
+{
+    std::uint64_t head = 0;
+    for (int shift = 48; shift >= 0 && *name; shift -= 16, ++name)
+        head |= static_cast<std::uint64_t>(foldUnit(*name)) << shift;
+    return head;
+}
+} // namespace
+
+// Few attributes, as elements have them, without a comparison through the class. False, and nothing done, for
+// many and for names that are equal: their order is what sorting of any objects makes of it.
+template <class Kind> bool AttribListCore<Kind>::sortFew() noexcept
+{
+    constexpr int few = 16;
+    struct Entry {
+        std::uint64_t head;
+        const Ch* name;
+        const void* attrib;
+    };
+    const int count = size();
+    if (count > few)
+        return false;
+    Entry sorted[few];
+    for (int i = 0; i < count; ++i) {
+        const Entry entry = {headOf(nameOf(i)), nameOf(i), m_entries.at(i)};
+        int to = i;
+        for (; to > 0; --to) {
+            const Entry& before = sorted[to - 1];
+            const int order = before.head != entry.head ? (before.head < entry.head ? -1 : 1)
+                                                        : compareNames(before.name, entry.name);
+            if (order == 0)
+                return false;
+            if (order < 0)
+                break;
+            sorted[to] = before;
+        }
+        sorted[to] = entry;
+    }
+    for (int i = 0; i < count; ++i)
+        m_entries.entries()[i] = sorted[i].attrib;
+    m_entries.setOrdered(count);
+    return true;
+}
+
 template <class Kind> int AttribListCore<Kind>::sort()
 {
     if (!m_sorted) {
-        sortcore::sort(m_entries);
+        if (!sortFew())
+            sortcore::sort(m_entries);
         forgetIndex();
     }
     m_sorted = true;

@@ -47,6 +47,7 @@ private:
     static constexpr int indexedFrom = 17;
 
     int find(const Ch* name) const noexcept;
+    bool sortFew() noexcept;
     const Ch* nameOf(int i) const noexcept;
     NameIndex* index() const noexcept;
     void forgetIndex() const noexcept

@@ -5,7 +5,7 @@
 //
 // Every block is preceded by the address of its page; null there means that it came from the C library, as do
 // all blocks above `largest` bytes. A page holds blocks of one size. Pages are parts of chunks of 4 MB. Of
-// chunks with nothing in use, 32 MB stay as they are; of the next 512 MB the system may take the memory
+// chunks with nothing in use, 32 MB stay as they are; of the next 1 GB the system may take the memory
 // whenever it is short, without asking; what is beyond goes back to the system at once.
 
 #include <atomic>

@@ -21,7 +21,7 @@ constexpr std::size_t pageBytes = 64 * 1024;
 constexpr std::size_t chunkBytes = 4 * 1024 * 1024;
 constexpr unsigned chunkPages = chunkBytes / pageBytes;
 constexpr std::size_t keepChunks = 8;   // 32 MB
-constexpr std::size_t loanChunks = 128; // 512 MB
+constexpr std::size_t loanChunks = 256; // 1 GB
 constexpr std::size_t smallProcess = 4; // chunks; beyond them large system pages are asked for
 constexpr std::uint64_t allPages = ~std::uint64_t{0};
 

@@ -14,7 +14,7 @@ namespace ztree {
 struct HeapUse {
     std::size_t inUse = 0; ///< pages with at least one block in use, 64 KB each
     std::size_t idle = 0;  ///< kept for what comes next, 32 MB at most beside pages of chunks that are in use
-    std::size_t onLoan = 0; ///< the system may take it whenever it is short of memory, 512 MB at most
+    std::size_t onLoan = 0; ///< the system may take it whenever it is short of memory, 1 GB at most
 };
 /// Threads: any. Never fails.
 ZTREE_API HeapUse heapUse() noexcept;
