@@ -64,62 +64,55 @@ private:
 
 ZTBranch::ZTBranch(const char* name, ZTBranch* parent)
 {
-    init();
+    m_pImpl = mZTBranch::make(this, name);
     Making making(m_pImpl);
-    m_pImpl->setName(name);
     making.done(parent);
 }
 
 ZTBranch::ZTBranch(const char* name, char value, ZTBranch* parent)
 {
-    init();
+    m_pImpl = mZTBranch::make(this, name);
     Making making(m_pImpl);
-    m_pImpl->setName(name);
     setValue(value);
     making.done(parent);
 }
 
 ZTBranch::ZTBranch(const char* name, unsigned char value, ZTBranch* parent)
 {
-    init();
+    m_pImpl = mZTBranch::make(this, name);
     Making making(m_pImpl);
-    m_pImpl->setName(name);
     setValue(value);
     making.done(parent);
 }
 
 ZTBranch::ZTBranch(const char* name, short value, ZTBranch* parent)
 {
-    init();
+    m_pImpl = mZTBranch::make(this, name);
     Making making(m_pImpl);
-    m_pImpl->setName(name);
     setValue(value);
     making.done(parent);
 }
 
 ZTBranch::ZTBranch(const char* name, int value, ZTBranch* parent)
 {
-    init();
+    m_pImpl = mZTBranch::make(this, name);
     Making making(m_pImpl);
-    m_pImpl->setName(name);
     setValue(value);
     making.done(parent);
 }
 
 ZTBranch::ZTBranch(const char* name, long value, ZTBranch* parent)
 {
-    init();
+    m_pImpl = mZTBranch::make(this, name);
     Making making(m_pImpl);
-    m_pImpl->setName(name);
     setValue(value);
     making.done(parent);
 }
 
 ZTBranch::ZTBranch(const char* name, double value, unsigned char precision, ZTBranch* parent)
 {
-    init();
+    m_pImpl = mZTBranch::make(this, name);
     Making making(m_pImpl);
-    m_pImpl->setName(name);
     setValue(value, precision);
     m_pImpl->setPrecision(precision);
     making.done(parent);
@@ -127,9 +120,8 @@ ZTBranch::ZTBranch(const char* name, double value, unsigned char precision, ZTBr
 
 ZTBranch::ZTBranch(const char* name, const void* data, int length, ZTBranch* parent)
 {
-    init();
+    m_pImpl = mZTBranch::make(this, name, data ? length : 0, data);
     Making making(m_pImpl);
-    m_pImpl->setName(name);
     m_pImpl->setBytes(data, length);
     making.done(parent);
 }

@@ -65,62 +65,55 @@ private:
 
 ZTBranchW::ZTBranchW(const zwchar* name, ZTBranchW* parent)
 {
-    init();
+    m_pImpl = mZTBranchW::make(this, name);
     Making making(m_pImpl);
-    m_pImpl->setName(name);
     making.done(parent);
 }
 
 ZTBranchW::ZTBranchW(const zwchar* name, char value, ZTBranchW* parent)
 {
-    init();
+    m_pImpl = mZTBranchW::make(this, name);
     Making making(m_pImpl);
-    m_pImpl->setName(name);
     setValue(value);
     making.done(parent);
 }
 
 ZTBranchW::ZTBranchW(const zwchar* name, unsigned char value, ZTBranchW* parent)
 {
-    init();
+    m_pImpl = mZTBranchW::make(this, name);
     Making making(m_pImpl);
-    m_pImpl->setName(name);
     setValue(value);
     making.done(parent);
 }
 
 ZTBranchW::ZTBranchW(const zwchar* name, short value, ZTBranchW* parent)
 {
-    init();
+    m_pImpl = mZTBranchW::make(this, name);
     Making making(m_pImpl);
-    m_pImpl->setName(name);
     setValue(value);
     making.done(parent);
 }
 
 ZTBranchW::ZTBranchW(const zwchar* name, int value, ZTBranchW* parent)
 {
-    init();
+    m_pImpl = mZTBranchW::make(this, name);
     Making making(m_pImpl);
-    m_pImpl->setName(name);
     setValue(value);
     making.done(parent);
 }
 
 ZTBranchW::ZTBranchW(const zwchar* name, long value, ZTBranchW* parent)
 {
-    init();
+    m_pImpl = mZTBranchW::make(this, name);
     Making making(m_pImpl);
-    m_pImpl->setName(name);
     setValue(value);
     making.done(parent);
 }
 
 ZTBranchW::ZTBranchW(const zwchar* name, double value, unsigned char precision, ZTBranchW* parent)
 {
-    init();
+    m_pImpl = mZTBranchW::make(this, name);
     Making making(m_pImpl);
-    m_pImpl->setName(name);
     setValue(value, precision);
     m_pImpl->setPrecision(precision);
     making.done(parent);
@@ -128,9 +121,8 @@ ZTBranchW::ZTBranchW(const zwchar* name, double value, unsigned char precision, 
 
 ZTBranchW::ZTBranchW(const zwchar* name, const void* data, int length, ZTBranchW* parent)
 {
-    init();
+    m_pImpl = mZTBranchW::make(this, name, data ? length : 0, data);
     Making making(m_pImpl);
-    m_pImpl->setName(name);
     m_pImpl->setBytes(data, length);
     making.done(parent);
 }

@@ -28,6 +28,8 @@ constexpr int maxSuffix = 255;
 // Below this many children a plain scan is as fast as a hash.
 constexpr int indexFrom = 16;
 
+template <class Ch> constexpr Ch noText = 0;
+
 template <class Ch> Ch* duplicate(const Ch* text, int n)
 {
     Ch* copy = platform::allocArray<Ch>(static_cast<std::size_t>(n) + 1);
@@ -86,6 +88,52 @@ template <class Kind> typename Kind::Impl* BranchCore<Kind>::make(Branch* owner)
     return impl;
 }
 
+template <class Kind>
+typename Kind::Impl* BranchCore<Kind>::make(Branch* owner, const Ch* name, int length, const void* data)
+{
+    const NameQuery<Ch> query(name ? name : &noText<Ch>);
+    if (query.length == 0 || query.suffix) {
+        Impl* impl = make(owner);
+        try {
+            impl->setName(name);
+        } catch (...) {
+            delete impl;
+            throw;
+        }
+        return impl;
+    }
+    if (length < 0)
+        length =
+            static_cast<int>(std::min<std::size_t>(std::strlen(static_cast<const char*>(data)), INT_MAX));
+    const std::size_t nameBytes = (static_cast<std::size_t>(query.length) + 1) * sizeof(Ch);
+    void* block = platform::heapAlloc(sizeof(Impl) + nameBytes +
+                                      (length ? static_cast<std::size_t>(length) + sizeof(Ch) : 0));
+    if (!block)
+        throwMemory();
+    Impl* impl = ::new (block) Impl(owner);
+    char* texts = static_cast<char*>(block) + sizeof(Impl);
+    impl->nameInBlockAt(reinterpret_cast<Ch*>(texts), name, query.length);
+    if (length)
+        impl->valueInBlockAt(texts + nameBytes, length);
+    return impl;
+}
+
+template <class Kind> void BranchCore<Kind>::nameInBlockAt(Ch* place, const Ch* name, int length) noexcept
+{
+    copyText(place, name, static_cast<std::size_t>(length) * sizeof(Ch));
+    place[length] = 0;
+    m_name = place;
+    m_nameLength = length;
+    m_bits |= nameInBlock;
+}
+
+template <class Kind> void BranchCore<Kind>::valueInBlockAt(void* place, int room) noexcept
+{
+    m_value.bytes = static_cast<char*>(place);
+    m_length = static_cast<std::uint32_t>(room);
+    m_bits |= valueInBlock;
+}
+
 template <class Kind> void BranchCore<Kind>::dispose(Impl* impl) noexcept
 {
     if (!impl)
@@ -114,15 +162,12 @@ typename Kind::Branch* BranchCore<Kind>::create(const Ch* name, int nameLength, 
     if (!block)
         throwMemory();
     void* place = block + sizeof(Branch);
-    Branch* branch = ::new (static_cast<void*>(block)) Branch(static_cast<Impl*>(place));
+    Branch* branch = ::new (static_cast<void*>(block)) Branch(*static_cast<Impl*>(place));
     Impl* impl = ::new (place) Impl(branch);
     Ch* text = reinterpret_cast<Ch*>(block + head);
-    impl->m_name = text;
-    copyText(text, name, static_cast<std::size_t>(nameLength) * sizeof(Ch));
-    text += nameLength;
-    *text++ = 0;
-    impl->m_nameLength = nameLength;
-    impl->m_bits = implInBlock | nameInBlock;
+    impl->m_bits = implInBlock;
+    impl->nameInBlockAt(text, name, nameLength);
+    text += nameLength + 1;
     if (count) {
         char* at = block + sizeof(Branch) + sizeof(Impl);
         if (slots)
@@ -138,11 +183,8 @@ typename Kind::Branch* BranchCore<Kind>::create(const Ch* name, int nameLength, 
         }
         impl->m_inBlock = static_cast<std::uint32_t>(at - block);
     }
-    if (valueRoom) {
-        impl->m_value.bytes = reinterpret_cast<char*>(text);
-        impl->m_length = static_cast<std::uint32_t>(valueRoom);
-        impl->m_bits |= valueInBlock;
-    }
+    if (valueRoom)
+        impl->valueInBlockAt(text, valueRoom);
     return branch;
 }
 
@@ -831,41 +873,40 @@ int BranchCore<Kind>::attribValue(int index, const Ch** value, int* length) cons
 
 // --- copies ---
 
+// addAttrib with replace, for one after the other: many look for their namesakes by hash, few by a scan.
+template <class Kind> void BranchCore<Kind>::replaceAttrib(const Attrib& from, NameIndex& names)
+{
+    const Ch* name = from.getName();
+    if (m_attribs.count() <= indexFrom || !name) {
+        addAttrib(from, true);
+        return;
+    }
+    const int length = ztree_impl::nameLength(from);
+    const int at = names.find(
+        m_attribs.count(), foldedHash(name, length),
+        [this](int i, std::uint32_t& hash) {
+            const Ch* other = attrib(i)->getName();
+            hash = foldedHash(other ? other : Kind::relName(), ztree_impl::nameLength(*attrib(i)));
+            return true;
+        },
+        [&](int i) {
+            const Ch* other = attrib(i)->getName();
+            return other && equalNames(other, ztree_impl::nameLength(*attrib(i)), name, length);
+        });
+    if (isRel(name))
+        dropFullName();
+    if (at >= 0)
+        attrib(at)->setValue(from.getValue());
+    else
+        appendAttrib(from);
+}
+
 template <class Kind> void BranchCore<Kind>::copyAttribs(const BranchCore& src)
 {
     // Kept: from the last to the first, so a copy made into an empty branch holds them in reverse order.
-    // Many attributes look for their namesakes by hash; few by a scan.
-    const int count = src.m_attribs.count();
-    if (count <= indexFrom) {
-        for (int i = count; i-- > 0;)
-            addAttrib(*src.attrib(i), true);
-        return;
-    }
     NameIndex names;
-    auto hashAt = [this](int i, std::uint32_t& hash) {
-        hash = foldedHash(attrib(i)->getName() ? attrib(i)->getName() : Kind::relName(),
-                          ztree_impl::nameLength(*attrib(i)));
-        return true;
-    };
-    for (int i = count; i-- > 0;) {
-        const Attrib& from = *src.attrib(i);
-        const Ch* name = from.getName();
-        const int length = ztree_impl::nameLength(from);
-        const int at =
-            name ? names.find(m_attribs.count(), foldedHash(name, length), hashAt,
-                              [&](int k) {
-                                  const Ch* other = attrib(k)->getName();
-                                  return other &&
-                                         equalNames(other, ztree_impl::nameLength(*attrib(k)), name, length);
-                              })
-                 : -1;
-        if (isRel(name))
-            dropFullName();
-        if (at >= 0)
-            attrib(at)->setValue(from.getValue());
-        else
-            appendAttrib(from);
-    }
+    for (int i = src.m_attribs.count(); i-- > 0;)
+        replaceAttrib(*src.attrib(i), names);
 }
 
 template <class Kind> void BranchCore<Kind>::copyNode(const BranchCore& src)
@@ -1151,10 +1192,11 @@ template <class Kind> bool BranchCore<Kind>::readAttribs(std::istream& in)
     if (!readLength(in, count))
         return false;
     Attrib one;
+    NameIndex names;
     for (; count && in; --count) {
         one.load(in);
         if (one.getName())
-            addAttrib(one, true);
+            replaceAttrib(one, names);
     }
     return static_cast<bool>(in);
 }

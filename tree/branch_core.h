@@ -60,6 +60,9 @@ public:
 
     /// The implementation of a public object, made by its constructor. Throws 0x84201001.
     static Impl* make(Branch* owner);
+    /// The same with a name, and with room for a value of `length` bytes at data (-1: up to the terminator),
+    /// in one block unless the name has a suffix.
+    static Impl* make(Branch* owner, const Ch* name, int length = 0, const void* data = nullptr);
     /// What the destructor of the public object does with it.
     static void dispose(Impl* impl) noexcept;
     /// Texts of an attribute that a new branch gets.
@@ -150,6 +153,8 @@ public:
                 m_children.setAt(kept++, child);
             else if (link >= 0)
                 m_extra->links.removeAt(link);
+            else
+                of(child)->letGo(m_owner);
         }
         while (m_children.count() > kept)
             m_children.removeAt(m_children.count() - 1);
@@ -219,6 +224,8 @@ private:
                m_inBlock;
     }
     void dropAttrib(Attrib* attrib) noexcept;
+    void nameInBlockAt(Ch* place, const Ch* name, int length) noexcept;
+    void valueInBlockAt(void* place, int room) noexcept;
     void forgetChildren() noexcept; // the name index of the children is stale
     void forgetInParent() noexcept; // the one this branch stands in
     void letGo(const Branch* holder) noexcept;
@@ -226,6 +233,7 @@ private:
     static bool isRel(const Ch* name) noexcept;
     void setRel(const Ch* suffix, int length);
     int appendAttrib(const Attrib& attrib);
+    void replaceAttrib(const Attrib& from, NameIndex& names);
     void copyAttribs(const BranchCore& src);
     void readValue(std::istream& in);
     bool readNode(std::istream& in, std::uint32_t& children);

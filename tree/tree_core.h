@@ -3,6 +3,8 @@
 
 #include "tree/branch_core.h"
 
+#include <utility>
+
 namespace ztree_impl {
 
 template <class Kind> class TreeCore : public platform::HeapObject {
@@ -17,6 +19,11 @@ public:
     TreeCore& operator=(const TreeCore&) = delete;
 
     void assign(const TreeCore& other);
+    /// The trees change what they hold, cursors included.
+    static void swap(typename Kind::Tree& a, typename Kind::Tree& b) noexcept
+    {
+        std::swap(a.m_pImpl, b.m_pImpl);
+    }
     void clear() noexcept { replaceRoot(nullptr); }
     void set(Branch* branch) noexcept;
     Branch* root() const noexcept { return m_root; }

@@ -28,7 +28,7 @@ ZXmlTag& ZXmlTag::operator=(const ZXmlTag& other)
 
 ZXmlTag::~ZXmlTag()
 {
-    delete m_pImpl;
+    mZXmlTag::dispose(m_pImpl);
 }
 
 int ZXmlTag::compare(const ZSortObject* other) const

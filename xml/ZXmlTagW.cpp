@@ -34,7 +34,7 @@ ZXmlTagW& ZXmlTagW::operator=(const ZXmlTagW& other)
 
 ZXmlTagW::~ZXmlTagW()
 {
-    delete m_pImpl;
+    mZXmlTagW::dispose(m_pImpl);
 }
 
 int ZXmlTagW::compare(const ZSortObject* other) const

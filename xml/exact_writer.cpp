@@ -87,7 +87,8 @@ private:
         if (m_style.indent < 0)
             return;
         m_out.put('\n');
-        m_out.blanks(depth * static_cast<std::size_t>(m_style.indent));
+        m_out.blanks(std::min<std::size_t>(depth, ztree::XmlStyle::deepestIndent) *
+                     static_cast<std::size_t>(m_style.indent));
     }
 
     XmlError& m_error;
@@ -205,7 +206,7 @@ bool Writer::value(const Core& branch, bool& empty, bool& onlyBlanks)
     }
     if (n && onlyBlanks) {
         // Blanks among elements do not count; one that is written as a reference does, and makes all count.
-        char reference[8];
+        char reference[40]; // 5 bytes are used; the compiler takes copyText() to read up to 32
         m_out.put(reference,
                   static_cast<std::size_t>(std::snprintf(reference, sizeof reference, "&#%d;", *text)));
         ++text;

@@ -886,11 +886,13 @@ bool Reader::addText(Core& element, Span run)
 
 bool Reader::keepText(Span run)
 {
+    if (run.length == 0) // an empty CDATA section is no text
+        return true;
     Open& open = m_open.top();
     if (!open.hasText && !keepBlanks(open))
         return false;
     open.hasText = true;
-    return run.length == 0 || addText(*Core::of(open.branch), run);
+    return addText(*Core::of(open.branch), run);
 }
 
 Span Reader::blankText(const Blank& blank)

@@ -231,9 +231,10 @@ template <class Kind> typename Kind::Tag* XmlReaderCore<Kind>::parseElement(cons
         at = tagEnd < end ? tagEnd + 1 : end;
         if (tag == tagEnd)
             return false;
-        Tag* element = new Tag;
-        if (!element)
-            throw structExcept(ztree::errMemory);
+        const Ch* nameEnd = tag; // about; a name that needs more gets a block of its own
+        while (nameEnd < tagEnd && !isXmlSpace(*nameEnd))
+            ++nameEnd;
+        Tag* element = Core::create(static_cast<int>(std::min<std::ptrdiff_t>(nameEnd - tag, 255)));
         bool listed = false;
         try {
             if (parent)
@@ -417,25 +418,40 @@ typename XmlReaderCore<Kind>::Branch* XmlReaderCore<Kind>::makeBranch(const Core
         element.childCount() == 0 && element.text()
             ? static_cast<int>(static_cast<std::size_t>(textLength(element.text())) * sizeof(Ch))
             : 0;
-    Branch* branch = BranchOf::create(plain ? name : nullptr, plain ? nameLength : 0, valueRoom);
+    // Usual attributes come into the branch's block.
+    constexpr int most = 32;
+    typename BranchOf::AttribTexts texts[most];
+    const auto* list = element.attribsOrNull();
+    const int count = list ? list->size() : 0;
+    std::size_t units = 0;
+    bool inBlock = plain && count <= most;
+    for (int i = 0; i < count && inBlock; ++i) {
+        const Ch* attribName = list->nameAt(i);
+        const Ch* value = list->dataAt(i);
+        texts[i] = {attribName, attribName ? textLength(attribName) : 0, value,
+                    value ? textLength(value) : 0};
+        units +=
+            static_cast<std::size_t>(texts[i].nameLength) + static_cast<std::size_t>(texts[i].valueLength);
+        inBlock = texts[i].nameLength > 0 && units <= BranchOf::mostAttribUnits;
+    }
+    Branch* branch = BranchOf::create(plain ? name : nullptr, plain ? nameLength : 0, valueRoom, texts,
+                                      inBlock ? count : 0);
     try {
         auto& impl = *BranchOf::of(branch);
         if (!plain)
             impl.setName(name);
         if (valueRoom)
             impl.setBytes(element.text(), valueRoom);
-        if (const auto* list = element.attribsOrNull()) {
-            for (int i = 0; i < list->size(); ++i) {
-                const Ch* attribName = list->nameAt(i);
-                const Ch* value = list->dataAt(i);
-                auto* attrib = newAttrib(attribName, attribName ? textLength(attribName) : 0, value,
-                                         value ? textLength(value) : 0);
-                try {
-                    impl.adoptAttrib(attrib);
-                } catch (...) {
-                    delete attrib;
-                    throw;
-                }
+        for (int i = 0; i < count && !inBlock; ++i) {
+            const Ch* attribName = list->nameAt(i);
+            const Ch* value = list->dataAt(i);
+            auto* attrib = newAttrib(attribName, attribName ? textLength(attribName) : 0, value,
+                                     value ? textLength(value) : 0);
+            try {
+                impl.adoptAttrib(attrib);
+            } catch (...) {
+                delete attrib;
+                throw;
             }
         }
     } catch (...) {

@@ -18,6 +18,53 @@ template <class Kind> typename Kind::TagImpl* XmlTagCore<Kind>::make(Tag* owner)
     return impl;
 }
 
+template <class Kind> void XmlTagCore<Kind>::dispose(Impl* impl) noexcept
+{
+    if (impl && impl->m_inBlock)
+        impl->~Impl();
+    else
+        delete impl;
+}
+
+template <class Kind> typename Kind::Tag* XmlTagCore<Kind>::create(int nameRoom)
+{
+    static_assert(sizeof(Tag) % alignof(Impl) == 0, "the implementation follows the public object");
+    const int room = std::min(nameRoom, 255);
+    char* block = static_cast<char*>(
+        platform::heapAlloc(sizeof(Tag) + sizeof(Impl) + (static_cast<std::size_t>(room) + 1) * sizeof(Ch)));
+    if (!block)
+        throw structExcept(ztree::errMemory);
+    void* place = block + sizeof(Tag);
+    Tag* tag = ::new (static_cast<void*>(block)) Tag(*static_cast<Impl*>(place));
+    Impl* impl = ::new (place) Impl(tag);
+    impl->m_inBlock = true;
+    impl->m_nameRoom = static_cast<unsigned char>(room);
+    return tag;
+}
+
+template <class Kind> void XmlTagCore<Kind>::dropName() noexcept
+{
+    if (!m_nameRoom || m_name != nameRoom())
+        platform::heapFree(m_name);
+    m_name = nullptr;
+}
+
+template <class Kind> void XmlTagCore<Kind>::setName(const Ch* name, int n)
+{
+    if (name && n > 0 && n <= m_nameRoom && name != m_name) {
+        if (m_name != nameRoom())
+            dropName();
+        std::copy_n(name, n, nameRoom());
+        nameRoom()[n] = 0;
+        m_name = nameRoom();
+        return;
+    }
+    Ch* fresh = nullptr;
+    put(fresh, name, n);
+    dropName();
+    m_name = fresh;
+}
+
 // Elements die one by one from a list that they form through their parent
 // pointers, so that no depth needs a stack. An element listed twice is deleted
 // once.
@@ -33,7 +80,7 @@ template <class Kind> XmlTagCore<Kind>::~XmlTagCore()
         of(dead)->m_parent = *list;
         *list = dead;
     }
-    platform::heapFree(m_name);
+    dropName();
     platform::heapFree(m_text);
     delete m_attribs;
     if (m_dying)
@@ -44,7 +91,12 @@ template <class Kind> XmlTagCore<Kind>::~XmlTagCore()
         first = impl->m_parent;
         impl->m_parent = reinterpret_cast<Tag*>(&first);
         impl->m_dying = true;
-        delete dead;
+        if (impl->m_inBlock) { // made here, so of no derived class
+            impl->~Impl();
+            platform::heapFree(dead);
+        } else {
+            delete dead;
+        }
     }
 }
 
@@ -252,7 +304,7 @@ template <class Kind> int XmlTagCore<Kind>::sortChildren()
 
 template <class Kind> int XmlTagCore<Kind>::setData(const Ch* tag, int n)
 {
-    put(m_name, nullptr, 0);
+    dropName();
     put(m_text, nullptr, 0);
     if (m_attribs) {
         delete m_attribs;
@@ -285,7 +337,7 @@ template <class Kind> int XmlTagCore<Kind>::setData(const Ch* tag, int n)
             m_kind = 3;
         }
     }
-    put(m_name, tag, static_cast<int>(nameEnd - tag));
+    setName(tag, static_cast<int>(nameEnd - tag));
     if (rest < end) {
         AttribListCore<typename Kind::AttribKind>& list =
             *AttribListCore<typename Kind::AttribKind>::of(attribs());

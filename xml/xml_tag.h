@@ -18,6 +18,11 @@ public:
     XmlTagCore(const XmlTagCore&) = delete;
     XmlTagCore& operator=(const XmlTagCore&) = delete;
     static Impl* make(Tag* owner); ///< throws structExcept 0x84201001
+    /// What the destructor of the public object does with it.
+    static void dispose(Impl* impl) noexcept;
+    /// A new element in one block with its implementation and room for a name of that many units. Throws
+    /// 0x84201001.
+    static Tag* create(int nameRoom);
     static Impl* of(const Tag* tag) noexcept { return tag->m_pImpl; }
 
     void share(const XmlTagCore& other);
@@ -25,7 +30,7 @@ public:
     /// setParent() for an element that its parent does not list yet.
     void appendTo(Tag* parent);
     Tag* parent() const noexcept { return m_dying ? nullptr : m_parent; }
-    void setName(const Ch* name) { put(m_name, name, name ? lengthOf(name) : 0); }
+    void setName(const Ch* name) { setName(name, name ? lengthOf(name) : 0); }
     void setText(const Ch* text) { put(m_text, text, text ? lengthOf(text) : 0); }
     void setText(const Ch* text, int n) { put(m_text, text, n); }
     /// The element takes over a block from the library's heap, null for none.
@@ -56,6 +61,9 @@ public:
 private:
     static int lengthOf(const Ch* text);
     static void put(Ch*& field, const Ch* text, int n);
+    void setName(const Ch* name, int n);
+    void dropName() noexcept;
+    Ch* nameRoom() noexcept { return reinterpret_cast<Ch*>(static_cast<Impl*>(this) + 1); }
 
     Tag* m_owner;
     Tag* m_parent = nullptr; // of a dying element: the next one, then the list it dies from
@@ -65,8 +73,10 @@ private:
     ArrayCore m_children; // of Tag, as ZSortObject
     int m_kind = -1;
     bool m_sorted = false;
-    bool m_listed = false; // stands in a list of dead elements
-    bool m_dying = false;  // is being deleted from it
+    bool m_listed = false;        // stands in a list of dead elements
+    bool m_dying = false;         // is being deleted from it
+    bool m_inBlock = false;       // with the public object
+    unsigned char m_nameRoom = 0; // units behind this object that a name may take, its terminator not counted
 };
 
 extern template class XmlTagCore<NarrowXml>;

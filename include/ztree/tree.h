@@ -175,7 +175,7 @@ private:
     template <class> friend class ztree_impl::BranchCore;
     template <class> friend class ztree_impl::TreeCore;
     friend class mZTBranch;
-    explicit ZTBranch(mZTBranch* impl) noexcept : m_pImpl(impl) {}
+    explicit ZTBranch(mZTBranch& impl) noexcept : m_pImpl(&impl) {}
     void init();
     mZTBranch* m_pImpl;
 };
@@ -336,7 +336,7 @@ private:
     template <class> friend class ztree_impl::BranchCore;
     template <class> friend class ztree_impl::TreeCore;
     friend class mZTBranchW;
-    explicit ZTBranchW(mZTBranchW* impl) noexcept : m_pImpl(impl) {}
+    explicit ZTBranchW(mZTBranchW& impl) noexcept : m_pImpl(&impl) {}
     void init();
     mZTBranchW* m_pImpl;
 };

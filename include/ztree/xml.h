@@ -86,6 +86,7 @@ public:
 
 private:
     template <class> friend class ztree_impl::XmlTagCore;
+    explicit ZXmlTag(mZXmlTag& impl) noexcept : m_pImpl(&impl) {}
     mZXmlTag* m_pImpl;
 };
 
@@ -156,6 +157,7 @@ public:
 
 private:
     template <class> friend class ztree_impl::XmlTagCore;
+    explicit ZXmlTagW(mZXmlTagW& impl) noexcept : m_pImpl(&impl) {}
     mZXmlTagW* m_pImpl;
 };
 

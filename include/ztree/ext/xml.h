@@ -49,8 +49,10 @@ ZTREE_API bool readXmlFile(const char* path, ZTree& tree, XmlError* error = null
 
 /// How writeXml lays a document out.
 struct XmlStyle {
-    int indent = 2;          ///< blanks a level; below 0 puts all on one line
+    int indent = 2;          ///< blanks a level, down to deepestIndent; below 0 puts all on one line
     bool declaration = true; ///< begins with the XML declaration
+    /// Deeper levels are indented like this one, so that a deep tree is not written as blanks mostly.
+    static constexpr int deepestIndent = 100;
 };
 /// Appends the tree as an XML document (UTF-8) to out: readXml of it gives the same names, attributes, texts
 /// and order. Numbers are written as text. False when a name or value cannot stand in XML; out is as it was.
