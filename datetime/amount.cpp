@@ -113,16 +113,6 @@ int scan(const char* text, const tagLocalFmt* fmt, int mostDecimals, DisplayAmou
     return 1;
 }
 
-struct Hundredths {
-    double of[100] = {};
-    constexpr Hundredths()
-    {
-        for (int i = 0; i < 100; ++i)
-            of[i] = i / 100.0;
-    }
-};
-constexpr Hundredths hundredths;
-
 // The usual text in one pass: right groups or none, no more decimals than asked for. False, with nothing
 // done, for any other.
 bool readRegular(const char* text, double& value, const tagLocalFmt* fmt, Precision precision)
