@@ -1,5 +1,8 @@
 #include "platform/clock.h"
 
+#include "platform/fault.h"
+
+#include <atomic>
 #include <ctime>
 
 namespace platform {
@@ -18,10 +21,14 @@ std::uint16_t field(long value) noexcept
     return static_cast<std::uint16_t>(value);
 }
 
+// Seconds that local time was ahead when localTime() was last asked, for fault reports.
+std::atomic<long> s_offset{0};
+
 SYSTEMTIME brokenDown(time_t second) noexcept
 {
     tm parts{};
     localtime_r(&second, &parts);
+    s_offset.store(parts.tm_gmtoff, std::memory_order_relaxed);
     SYSTEMTIME s{};
     s.wYear = field(parts.tm_year + 1900);
     s.wMonth = field(parts.tm_mon + 1);
@@ -33,14 +40,9 @@ SYSTEMTIME brokenDown(time_t second) noexcept
     return s;
 }
 
-} // namespace
-
-SYSTEMTIME utcTime() noexcept
+// By hand: the C library takes the time zone lock even for UTC, and the faulting code may hold it.
+SYSTEMTIME civil(const timespec& t) noexcept
 {
-    if (clockhook::fake.time)
-        return clockhook::fake.utc;
-    // By hand: gmtime_r takes the time zone lock, which the faulting code may hold.
-    const timespec t = now();
     const long days = t.tv_sec / 86400;
     const long seconds = t.tv_sec % 86400;
     // Years from 1 March, so that the leap day comes last; 719468 days lie between 0000-03-01 and 1970.
@@ -62,6 +64,13 @@ SYSTEMTIME utcTime() noexcept
     return s;
 }
 
+} // namespace
+
+SYSTEMTIME utcTime() noexcept
+{
+    return clockhook::fake.time ? clockhook::fake.utc : civil(now());
+}
+
 SYSTEMTIME localTime() noexcept
 {
     if (clockhook::fake.time)
@@ -72,7 +81,11 @@ SYSTEMTIME localTime() noexcept
         SYSTEMTIME time;
     };
     static thread_local Second kept __attribute__((tls_model("initial-exec"))) = {-1, {}};
-    const timespec t = now();
+    timespec t = now();
+    if (inFaultReport()) { // the time zone has a lock
+        t.tv_sec += s_offset.load(std::memory_order_relaxed);
+        return civil(t);
+    }
     if (kept.second != t.tv_sec)
         kept = {t.tv_sec, brokenDown(t.tv_sec)};
     SYSTEMTIME s = kept.time;

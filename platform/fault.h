@@ -40,6 +40,17 @@ FaultTranslator setFaultTranslator(FaultTranslator translator) noexcept;
 typedef zlong(ZTREE_COMCALL* FaultFilter)(EXCEPTION_POINTERS* pointers);
 FaultFilter setFaultFilter(FaultFilter filter) noexcept;
 
+/// Makes the calling thread the one that reports a fault. False: another thread did so, and has finished
+/// when this returns (or takes longer than a report can take) or some seconds ago, or this thread is at it
+/// already; then there is nothing to add.
+bool enterFaultReport() noexcept;
+void leaveFaultReport() noexcept;
+/// Runs body(context) where there is room for it: the thread that faulted may have used up its stack.
+/// Between enterFaultReport() and leaveFaultReport() only.
+void onSpareStack(void (*body)(void*), void* context) noexcept;
+/// True in the thread that reports a fault: it must neither wait for a lock nor use the heap.
+bool inFaultReport() noexcept;
+
 /// Lets the system show its own error report again.
 void showSystemErrorReport() noexcept;
 

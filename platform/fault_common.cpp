@@ -1,5 +1,8 @@
 #include "platform/fault_common.h"
 
+#include "platform/clock.h"
+#include "platform/thread.h"
+
 #include <cstdlib>
 #include <thread>
 
@@ -11,6 +14,40 @@ namespace platform {
 
 namespace {
 FaultParcel s_parcels[16];
+std::atomic<std::uint32_t> s_reporter{0}; // the thread that reports, 0 for none
+std::atomic<std::uint32_t> s_lastReporter{0};
+std::atomic<std::uint64_t> s_reported{0}; // when the last report ended
+} // namespace
+
+bool enterFaultReport() noexcept
+{
+    constexpr std::uint64_t second = 10000000;
+    const std::uint32_t self = threadId();
+    std::uint32_t reporter = 0;
+    if (s_reporter.compare_exchange_strong(reporter, self)) {
+        // Another thread's report has just ended, and so will the process: a second report would be cut.
+        if (fileTime(utcTime()) - s_reported.load() >= 5 * second || s_lastReporter == self)
+            return true;
+        s_reporter = 0;
+        return false;
+    }
+    // Going on now would end the process in the middle of the other thread's report.
+    for (int rest = 1000; reporter != self && s_reporter.load() == reporter && rest > 0; --rest)
+        sleepFor(10);
+    return false;
+}
+
+void leaveFaultReport() noexcept
+{
+    s_lastReporter = s_reporter.load();
+    s_reported = fileTime(utcTime());
+    s_reporter = 0;
+}
+
+bool inFaultReport() noexcept
+{
+    const std::uint32_t reporter = s_reporter.load(std::memory_order_relaxed);
+    return reporter != 0 && reporter == threadId();
 }
 
 FaultParcel* takeFaultParcel() noexcept

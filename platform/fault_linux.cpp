@@ -431,23 +431,42 @@ inline void needHandlers() noexcept
         installHandlers();
 }
 
-// A stack of its own for the handler, so that a stack overflow can be reported. Only the thread that
-// asks for a filter gets one; it keeps it.
-void needSignalStack() noexcept
-{
-    constexpr std::size_t size = 131072;
-    stack_t now = {};
-    if (sigaltstack(nullptr, &now) != 0 || !(now.ss_flags & SS_DISABLE))
-        return;
-    void* block = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_STACK, -1, 0);
-    if (block == MAP_FAILED)
-        return;
-    stack_t stack = {};
-    stack.ss_sp = block;
-    stack.ss_size = size;
-    if (sigaltstack(&stack, nullptr) != 0)
-        munmap(block, size);
-}
+// A stack of its own for the handler, so that a stack overflow can be reported. A thread that asks for a
+// filter or a translator gets one and keeps it to its end.
+class SignalStack {
+public:
+    void need() noexcept
+    {
+        stack_t now = {};
+        if (m_block || sigaltstack(nullptr, &now) != 0 || !(now.ss_flags & SS_DISABLE))
+            return;
+        void* block =
+            mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_STACK, -1, 0);
+        if (block == MAP_FAILED)
+            return;
+        now = {};
+        now.ss_sp = block;
+        now.ss_size = size;
+        if (sigaltstack(&now, nullptr) == 0)
+            m_block = block;
+        else
+            munmap(block, size);
+    }
+    ~SignalStack()
+    {
+        stack_t now = {};
+        if (!m_block || sigaltstack(nullptr, &now) != 0 || now.ss_sp != m_block)
+            return; // somebody else's by now: they may still use ours
+        now.ss_flags = SS_DISABLE;
+        if (sigaltstack(&now, nullptr) == 0)
+            munmap(m_block, size);
+    }
+
+private:
+    static constexpr std::size_t size = 131072;
+    void* m_block = nullptr;
+};
+thread_local SignalStack t_signalStack;
 
 } // namespace
 
@@ -469,6 +488,8 @@ unsigned guardFaults(void (*body)(void*), void* context) noexcept
 FaultTranslator setFaultTranslator(FaultTranslator translator) noexcept
 {
     needHandlers();
+    if (translator)
+        t_signalStack.need();
     const FaultTranslator before = t_translator;
     t_translator = translator;
     return before;
@@ -478,8 +499,14 @@ FaultFilter setFaultFilter(FaultFilter filter) noexcept
 {
     needHandlers();
     if (filter)
-        needSignalStack();
+        t_signalStack.need();
     return s_filter.exchange(filter);
+}
+
+// The system has called the handler on the thread's signal stack.
+void onSpareStack(void (*body)(void*), void* context) noexcept
+{
+    body(context);
 }
 
 void showSystemErrorReport() noexcept {}

@@ -65,6 +65,8 @@ extern "C" {
                                    unsigned code) __asm__("ztree_guardLeave");
 EXCEPTION_DISPOSITION ztree_guardHandler(EXCEPTION_RECORD* record, void* frame, CONTEXT* context,
                                          void* dispatcher) __asm__("ztree_guardHandler");
+/// Runs body(context) on the stack that ends at top, a multiple of 16.
+void ztree_callOnStack(void (*body)(void*), void* context, void* top) __asm__("ztree_callOnStack");
 }
 
 // fnclex and emms: the fault may have come in the middle of floating-point work.
@@ -122,6 +124,25 @@ ztree_guardUnwound:
     fnclex
     emms
     jmp ztree_guardReturn
+
+    .globl ztree_callOnStack
+    .balign 16
+ztree_callOnStack:
+    .cfi_startproc
+    pushl %ebp
+    .cfi_def_cfa_offset 8
+    .cfi_offset %ebp, -8
+    movl %esp, %ebp
+    .cfi_def_cfa_register %ebp
+    movl 16(%ebp), %esp
+    subl $12, %esp
+    pushl 12(%ebp)
+    call *8(%ebp)
+    movl %ebp, %esp
+    popl %ebp
+    .cfi_def_cfa %esp, 4
+    ret
+    .cfi_endproc
 
     .globl ztree_faultThunk
     .balign 16
@@ -314,6 +335,13 @@ struct Handler {
     void* m_handle;
 };
 
+// Room for the report of a stack overflow in this thread.
+void needStackReserve() noexcept
+{
+    ULONG reserve = 64 * 1024;
+    SetThreadStackGuarantee(&reserve);
+}
+
 bool needHandler() noexcept
 {
     static Handler handler;
@@ -338,6 +366,8 @@ FaultTranslator setFaultTranslator(FaultTranslator translator) noexcept
 {
     if (!needHandler())
         return nullptr;
+    if (translator)
+        needStackReserve();
     const FaultTranslator before = translatorOfThread();
     TlsSetValue(s_translator, reinterpret_cast<void*>(translator));
     return before;
@@ -345,14 +375,33 @@ FaultTranslator setFaultTranslator(FaultTranslator translator) noexcept
 
 FaultFilter setFaultFilter(FaultFilter filter) noexcept
 {
-    if (filter) {
-        // Room for the report of a stack overflow in this thread.
-        ULONG reserve = 64 * 1024;
-        SetThreadStackGuarantee(&reserve);
-    }
+    if (filter)
+        needStackReserve();
     return reinterpret_cast<FaultFilter>(
         SetUnhandledExceptionFilter(reinterpret_cast<LPTOP_LEVEL_EXCEPTION_FILTER>(filter)));
 }
+
+#if defined(__i386__)
+void onSpareStack(void (*body)(void*), void* context) noexcept
+{
+    alignas(16) static unsigned char stack[131072];
+    NT_TIB* tib;
+    asm("movl %%fs:0x18, %0" : "=r"(tib));
+    void* const base = tib->StackBase;
+    void* const limit = tib->StackLimit;
+    // Exception handling believes in frames between these two only, guards included.
+    tib->StackLimit = stack;
+    tib->StackBase = stack + sizeof stack;
+    ztree_callOnStack(body, context, stack + sizeof stack);
+    tib->StackBase = base;
+    tib->StackLimit = limit;
+}
+#else
+void onSpareStack(void (*body)(void*), void* context) noexcept
+{
+    body(context);
+}
+#endif
 
 void showSystemErrorReport() noexcept
 {

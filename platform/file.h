@@ -10,9 +10,22 @@ namespace platform {
 enum class OpenFor {
     read,   ///< an existing file; others may read it too
     create, ///< a new file, or an old one made empty; nobody else may open it
-    append  ///< an old or new file; what is written goes to its end; others may read it
+    append, ///< an old or new file; what is written goes to its end; others may read it
+    share   ///< as append; others may append to it, move and remove it as well
 };
 enum class SeekFrom { start, here, end };
+
+/// Which file it is, and how much is in it.
+struct FileState {
+    std::uint64_t volume = 0;
+    std::uint64_t index = 0;
+    std::uint64_t size = 0;
+    bool removed = false; ///< it has no name any more: what is written to it is lost
+    bool isSameFile(const FileState& other) const noexcept
+    {
+        return volume == other.volume && index == other.index;
+    }
+};
 
 constexpr unsigned fileReadOnly = 0x1; ///< attribute bits
 constexpr unsigned fileDirectory = 0x10;
@@ -53,7 +66,19 @@ public:
     unsigned read(void* buffer, std::size_t room, std::size_t* got) noexcept;
     /// Writes all bytes, in one system call unless the system takes only a part of them.
     unsigned write(const void* data, std::size_t bytes) noexcept;
+    /// Appends to a file opened for `share` as one piece: what other threads and processes append comes
+    /// before or behind it. *written is less than bytes only with an error, for example on a full disk.
+    unsigned append(const void* data, std::size_t bytes, std::size_t* written) noexcept;
+    /// append() without waiting for anybody, for a fault handler; another piece may come in between.
+    unsigned appendNow(const void* data, std::size_t bytes, std::size_t* written) noexcept;
     unsigned size(std::uint64_t* bytes) noexcept;
+    unsigned state(FileState* state) noexcept;
+    /// What was written is on the disk when it returns.
+    unsigned sync() noexcept;
+    /// Keeps other objects and processes that call lockOthersOut() waiting until unlock() or close();
+    /// it does not keep anybody from writing.
+    unsigned lockOthersOut() noexcept;
+    void unlock() noexcept;
     /// *position (may be null) is the new offset from the start.
     unsigned seek(std::int64_t offset, SeekFrom from, std::uint64_t* position = nullptr) noexcept;
     /// 100 ns steps since 1601-01-01 UTC, as fileTime() in clock.h counts.
@@ -75,6 +100,9 @@ private:
 };
 
 unsigned removeFile(const char* path) noexcept;
+/// Makes an existing file empty, also while others have it open for `share`.
+unsigned emptyFile(const char* path) noexcept;
+unsigned fileState(const char* path, FileState* state) noexcept;
 /// Gives a file another name; 183 when that name exists, which is then left alone.
 unsigned moveFile(const char* from, const char* to) noexcept;
 /// Attribute bits of a file or folder (null: only whether it exists). A link is looked at itself.

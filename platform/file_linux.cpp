@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -41,6 +42,16 @@ unsigned errorFor(int err, const char* path) noexcept
             return sysPathNotFound;
     }
     return sysFileNotFound;
+}
+
+FileState stateOf(const struct stat& s) noexcept
+{
+    FileState state;
+    state.volume = static_cast<std::uint64_t>(s.st_dev);
+    state.index = static_cast<std::uint64_t>(s.st_ino);
+    state.size = static_cast<std::uint64_t>(s.st_size);
+    state.removed = s.st_nlink == 0;
+    return state;
 }
 
 unsigned checkName(const char* path) noexcept
@@ -119,17 +130,27 @@ unsigned File::read(void* buffer, std::size_t room, std::size_t* got) noexcept
 
 unsigned File::write(const void* data, std::size_t bytes) noexcept
 {
+    std::size_t written;
+    return append(data, bytes, &written);
+}
+
+// The system appends what one call brings as one piece.
+unsigned File::append(const void* data, std::size_t bytes, std::size_t* written) noexcept
+{
+    *written = 0;
     const unsigned error = injectedFileError();
-    if (error)
-        return error;
-    for (const char* p = static_cast<const char*>(data); bytes;) {
-        const ssize_t n = ::write(descriptor(m_handle), p, bytes);
+    return error ? error : appendNow(data, bytes, written);
+}
+
+unsigned File::appendNow(const void* data, std::size_t bytes, std::size_t* written) noexcept
+{
+    for (*written = 0; *written < bytes;) {
+        const ssize_t n =
+            ::write(descriptor(m_handle), static_cast<const char*>(data) + *written, bytes - *written);
         if (n < 0 && errno != EINTR)
             return errorFromErrno(errno);
-        if (n > 0) {
-            p += n;
-            bytes -= static_cast<std::size_t>(n);
-        }
+        if (n > 0)
+            *written += static_cast<std::size_t>(n);
     }
     return 0;
 }
@@ -144,6 +165,45 @@ unsigned File::size(std::uint64_t* bytes) noexcept
         return errorFromErrno(errno);
     *bytes = static_cast<std::uint64_t>(s.st_size);
     return 0;
+}
+
+unsigned File::state(FileState* state) noexcept
+{
+    const unsigned error = injectedFileError();
+    if (error)
+        return error;
+    struct stat s;
+    if (fstat(descriptor(m_handle), &s) != 0)
+        return errorFromErrno(errno);
+    *state = stateOf(s);
+    return 0;
+}
+
+unsigned File::sync() noexcept
+{
+    const unsigned error = injectedFileError();
+    if (error)
+        return error;
+    // A pipe or a terminal has no disk behind it.
+    return fdatasync(descriptor(m_handle)) == 0 || errno == EINVAL || errno == EROFS ? 0
+                                                                                     : errorFromErrno(errno);
+}
+
+unsigned File::lockOthersOut() noexcept
+{
+    const unsigned error = injectedFileError();
+    if (error)
+        return error;
+    int result;
+    do
+        result = flock(descriptor(m_handle), LOCK_EX);
+    while (result != 0 && errno == EINTR);
+    return result == 0 ? 0 : errorFromErrno(errno);
+}
+
+void File::unlock() noexcept
+{
+    flock(descriptor(m_handle), LOCK_UN);
 }
 
 unsigned File::seek(std::int64_t offset, SeekFrom from, std::uint64_t* position) noexcept
@@ -187,6 +247,26 @@ unsigned removeFile(const char* path) noexcept
     if (error)
         return error;
     return unlink(path) == 0 ? 0 : errorFor(errno, path);
+}
+
+unsigned emptyFile(const char* path) noexcept
+{
+    const unsigned error = checkName(path);
+    if (error)
+        return error;
+    return truncate(path, 0) == 0 ? 0 : errorFor(errno, path);
+}
+
+unsigned fileState(const char* path, FileState* state) noexcept
+{
+    const unsigned error = checkName(path);
+    if (error)
+        return error;
+    struct stat s;
+    if (stat(path, &s) != 0)
+        return errorFor(errno, path);
+    *state = stateOf(s);
+    return 0;
 }
 
 unsigned moveFile(const char* from, const char* to) noexcept

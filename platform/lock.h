@@ -24,6 +24,7 @@ public:
 #if defined(_WIN32)
     ~Lock();
     void enter() noexcept;
+    bool tryEnter() noexcept;
     void leave() noexcept;
 
 private:
@@ -42,6 +43,19 @@ private:
         if (!m_owner.compare_exchange_strong(free, self, std::memory_order_acquire,
                                              std::memory_order_relaxed))
             enterSlow(self);
+    }
+    /// enter() unless another thread is inside; takes no time and waits for nobody.
+    bool tryEnter() noexcept
+    {
+        const std::uintptr_t self = reinterpret_cast<std::uintptr_t>(__builtin_thread_pointer());
+        std::uintptr_t owner = 0;
+        if (m_owner.compare_exchange_strong(owner, self, std::memory_order_acquire,
+                                            std::memory_order_relaxed))
+            return true;
+        if (owner != self)
+            return false;
+        ++m_depth;
+        return true;
     }
     void leave() noexcept
     {

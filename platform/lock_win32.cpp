@@ -33,6 +33,11 @@ void Lock::enter() noexcept
     EnterCriticalSection(native(m_native));
 }
 
+bool Lock::tryEnter() noexcept
+{
+    return TryEnterCriticalSection(native(m_native)) != 0;
+}
+
 void Lock::leave() noexcept
 {
     LeaveCriticalSection(native(m_native));

@@ -2,7 +2,10 @@
 
 #include "platform/clock.h"
 
+#include <cerrno>
+#include <ctime>
 #include <pthread.h>
+#include <sched.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -31,6 +34,16 @@ std::uint32_t threadId() noexcept
     if (t_id == 0)
         t_id = static_cast<std::uint32_t>(syscall(SYS_gettid));
     return t_id;
+}
+
+void sleepFor(unsigned milliseconds) noexcept
+{
+    if (milliseconds == 0)
+        sched_yield();
+    timespec left = {static_cast<time_t>(milliseconds / 1000),
+                     static_cast<long>(milliseconds % 1000) * 1000000};
+    while (milliseconds && nanosleep(&left, &left) != 0 && errno == EINTR) {
+    }
 }
 
 } // namespace platform

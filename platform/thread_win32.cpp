@@ -9,4 +9,9 @@ std::uint32_t threadId() noexcept
     return clockhook::fake.thread ? clockhook::fake.id : GetCurrentThreadId();
 }
 
+void sleepFor(unsigned milliseconds) noexcept
+{
+    Sleep(milliseconds);
+}
+
 } // namespace platform

@@ -1,5 +1,6 @@
 #include "platform/clock.h"
 #include "platform/fault.h"
+#include "platform/stack_trace.h"
 #include "platform/thread.h"
 #include "runtime/boundedPrint.h"
 
@@ -71,6 +72,45 @@ void printSegments(IMCWLog* log, const platform::RegisterSet& r, bool control)
         std::snprintf(line + length, sizeof line - static_cast<std::size_t>(length),
                       "   ds:    %04X   es:    %04X   fs:    %04X   gs:    %04X\r\n", r.ds, r.es, r.fs, r.gs);
     log->write(line, length);
+}
+
+void printPlaces(IMCWLog* log, const CONTEXT& context)
+{
+    platform::CodePlace places[32];
+    const int count = platform::returnAddresses(context, places, 32);
+    for (int i = 0; i < count; ++i) {
+        const platform::CodePlace& p = places[i];
+        if (isWide)
+            log->printf("  %s:%016llX  %s+%llX\r\n", i ? "ret" : "at", wide(p.address), p.module,
+                        wide(p.offset));
+        else
+            log->printf("  %s:%08X  %s+%X\r\n", i ? "ret" : "at", narrow(p.address), p.module,
+                        narrow(p.offset));
+    }
+}
+
+// What faults or throws ends alone: a log that fails in a broken process must not hide the fault that is
+// being reported, nor the rest of the report.
+template <class Part> void reportPart(Part part) noexcept
+{
+    platform::guarded([&part] {
+        try {
+            part();
+        } catch (...) {
+        }
+    });
+}
+
+void writeReport(void* p) noexcept
+{
+    const auto* const pointers = static_cast<const EXCEPTION_POINTERS*>(p);
+    IMCWLog* const log = s_filterLog;
+    reportPart([&] {
+        structExcept(ztree::errUnhandled, pointers)
+            .dump(log, "%s", "BRAX has been terminated due to an unhandled exception");
+    });
+    reportPart([&] { printPlaces(log, *pointers->ContextRecord); });
+    reportPart([&] { log->writeln("  end of report", -1); });
 }
 
 } // namespace
@@ -145,6 +185,7 @@ void* structExcept::installTopLevelFilter(IMCWLog* log) noexcept
     }
     if (s_filterLog)
         s_filterLog->AddRef(); // Kept: one reference a call, also for the log that is there already.
+    platform::localTime();     // so that a log knows the time zone, which it cannot ask for in a report
     return reinterpret_cast<void*>(platform::setFaultFilter(&uhxFilter));
 }
 
@@ -158,14 +199,10 @@ void structExcept::uninstallTopLevelFilter(void* previous) noexcept
 
 zlong ZTREE_COMCALL structExcept::uhxFilter(EXCEPTION_POINTERS* pointers) noexcept
 {
-    // A log that fails in a broken process must not hide the fault that is being reported.
-    platform::guarded([pointers] {
-        try {
-            structExcept(ztree::errUnhandled, pointers)
-                .dump(s_filterLog, "%s", "BRAX has been terminated due to an unhandled exception");
-        } catch (...) {
-        }
-    });
+    if (s_filterLog && platform::enterFaultReport()) {
+        platform::onSpareStack(&writeReport, pointers);
+        platform::leaveFaultReport();
+    }
     platform::showSystemErrorReport();
     return EXCEPTION_CONTINUE_SEARCH;
 }

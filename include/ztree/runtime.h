@@ -141,7 +141,12 @@ public:
     /// same: a later installTopLevelFilter() with another log releases the old one once more.
     static void uninstallTopLevelFilter(void* previous) noexcept;
     /// The filter: reports to its log and returns 0 (go on searching), so that the process ends the
-    /// system's way.
+    /// system's way. Behind the dump stand lines "  at:ADDRESS  MODULE+OFFSET" for the faulting
+    /// instruction and "  ret:..." for up to 31 return addresses found on the stack, some of which may be
+    /// left from earlier calls, then "  end of report". The filter uses no heap and waits for no lock, nor
+    /// does a log that keeps to fileLog's rules; when several threads fault, one reports and the others
+    /// wait for it. A thread reports its own stack overflow when it called install() or
+    /// installTopLevelFilter() before.
     static zlong ZTREE_COMCALL uhxFilter(EXCEPTION_POINTERS* pointers) noexcept;
     /// Writes one formatted entry of level 2 to the log, at most 1020 characters (the length is -1 for
     /// a longer one). An argument list that faults gives a fixed text instead. Nothing for a null log.
