@@ -2,8 +2,17 @@
 # Builds ztree and runs every test on both targets: Linux natively, 32-bit Windows under Wine.
 #   ./test.sh            linux and win32
 #   ./test.sh asan       the named presets instead (linux, linux-debug, asan, tsan, win32)
+#   ./test.sh packages   makes the packages and uses the library as others do: installed, unpacked, fetched
 set -euo pipefail
 cd "$(dirname "$0")"
+if [ "${1-}" = packages ]; then
+    tools/setup.sh package
+    mkdir -p build
+    cmake --preset linux >build/linux.log 2>&1 || { cat build/linux.log; exit 1; }
+    cmake --build --preset linux --target ztree ztree_tool ztree_pages -j "${ZTREE_JOBS:-$(nproc)}" -- --quiet
+    packaging/make.sh all
+    exec tests/consumer/run.sh linux win32
+fi
 tools/setup.sh test
 
 presets=("$@")

@@ -1,11 +1,12 @@
 #!/bin/bash
 # Installs what ztree needs on Debian 12, and only what is missing:
 #
-#   tools/setup.sh [build|demo|test|bench|fuzz|lint|doc|all]...
+#   tools/setup.sh [build|demo|test|package|bench|fuzz|lint|doc|all]...
 #
 #   build   native compiler, CMake, Ninja (the default)
 #   demo    build + a large XML file to read
 #   test    build + GoogleTest, ccache, the 32-bit Windows compiler and Wine
+#   package test + what makes and tries packages
 #   bench   build + Google Benchmark and the libraries compared with
 #   fuzz    build + clang 14 with libFuzzer
 #   lint    build + clang-format and clang-tidy
@@ -32,10 +33,12 @@ test="ccache:ccache libgtest-dev:/usr/src/googletest/CMakeLists.txt
     g++-mingw-w64-i686-posix:i686-w64-mingw32-g++-posix"
 bench="libbenchmark-dev:$inc/benchmark/benchmark.h
     libpugixml-dev:$inc/pugixml.hpp libtinyxml2-dev:$inc/tinyxml2.h libxml2-dev:$inc/libxml2/libxml/parser.h
-    libboost-dev:$inc/boost/version.hpp libicu-dev:$inc/unicode/ucnv.h libfmt-dev:$inc/fmt/core.h
+    libboost-dev:$inc/boost/version.hpp libfccp-dev:$inc/libfccp/csv.h
+    libicu-dev:$inc/unicode/ucnv.h libfmt-dev:$inc/fmt/core.h
     libspdlog-dev:$inc/spdlog/spdlog.h libmuparser-dev:$inc/muParser.h libabsl-dev:$inc/absl/base/config.h
     qtbase5-dev:$inc/*/qt5/QtCore/QString"
 fuzz="clang-14:clang-14 libclang-rt-14-dev:/usr/lib/llvm-14/lib/clang/14*/lib/linux/libclang_rt.fuzzer-x86_64.a"
+package="dpkg-dev:dpkg-shlibdeps file:file pkgconf:pkgconf clang-14:clang++-14"
 lint="clang-format:clang-format clang-tidy:clang-tidy"
 doc="doxygen:doxygen"
 
@@ -45,12 +48,13 @@ for group in "${@:-build}"; do
         build) want+=" $build" ;;
         demo) want+=" $build $demo" ;;
         test) want+=" $build $test" need_wine=1 ;;
+        package) want+=" $build $test $package" need_wine=1 ;;
         bench) want+=" $build $bench" ;;
         fuzz) want+=" $build $fuzz" ;;
         lint) want+=" $build $lint" ;;
         doc) want+=" $doc" ;;
-        all) want+=" $build $demo $test $bench $fuzz $lint $doc" need_wine=1 ;;
-        *) die "unknown group '$group'; there are: build demo test bench fuzz lint doc all" ;;
+        all) want+=" $build $demo $test $package $bench $fuzz $lint $doc" need_wine=1 ;;
+        *) die "unknown group '$group'; there are: build demo test package bench fuzz lint doc all" ;;
     esac
 done
 

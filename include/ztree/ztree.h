@@ -4,7 +4,9 @@
 
 #include <ztree/attrib.h>
 #include <ztree/containers.h>
+#include <ztree/csv.h>
 #include <ztree/datetime.h>
+#include <ztree/log.h>
 #include <ztree/runtime.h>
 #include <ztree/text.h>
 #include <ztree/tree.h>
