@@ -76,7 +76,8 @@ class Result:
     def __init__(self, entry):
         scale = {"ns": 1, "us": 1e3, "ms": 1e6, "s": 1e9}[entry["time_unit"]]
         self.counters = entry
-        self.nanoseconds = entry.get("ns/node", entry["real_time"] * scale)
+        time = entry["real_time"] if "real_time" in entry["name"] or "manual_time" in entry["name"] else entry["cpu_time"]
+        self.nanoseconds = entry.get("ns/node", time * scale)
         self.bytes = entry.get("bytes_per_second")
         self.items = entry.get("items_per_second")
 

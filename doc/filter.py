@@ -50,7 +50,7 @@ def statements(lines):
     prefix = None
     in_conditional = []
     for at, line in enumerate(lines):
-        text = line.strip()
+        text = re.sub(r'([;{},)])\s*// .*', r'\1', line.strip())
         indent = len(line) - len(line.lstrip())
         inner = [s for s in scopes if s[0] != 'namespace']
         level = 4 * len(inner)
@@ -76,7 +76,7 @@ def statements(lines):
                 open_at = None
             continue
         if text.startswith('}'):
-            if scopes and (indent == level - 4 or text.startswith('} // namespace')):
+            if scopes and (indent == level - 4 or indent == level and scopes[-1][0] == 'namespace'):
                 scopes.pop()
             documented = blank = False
             continue
@@ -107,11 +107,11 @@ def statements(lines):
             documented = blank = False
             continue
         ends = re.search(r'(;|\}|,)(\s*///<.*)?$', text) or inner and inner[-1][0] == 'enum'
-        known = documented or '///<' in text
+        known = documented or '///<' in line or ' override' in text # those inherit their comment
         if not (text.startswith(('friend', 'static_assert')) or 'class m' in text[:8]):
             found.append(Statement(start, scope, 'private' if hidden else access, whole, known, blank))
         if not ends:
-            open_at = (at, text.endswith('{'))
+            open_at = (at, text.endswith('{') and not text.endswith('= {'))
         documented = blank = False
     return found
 
@@ -124,9 +124,19 @@ def comment(s, all_of, system):
     """The line for an undocumented declaration, None when somebody has to write it."""
     last = s.scope.split('::')[-1]
     plain = re.sub(r'<.*', '', last)
+    if s.scope.startswith('csv') and s.name in ('read', 'write'):
+        return 'The value itself, not as text.'
+    if s.scope.startswith('csv') and s.name == s.scope:
+        return 'Identifier, where the value stands, formatting bits: see csvField.'
+    if s.name.startswith(('s_p', 's_ap')):
+        return 'Words of this language.'
     for other in all_of:
         if other.documented and other.scope == s.scope and other.name == s.name:
             return '@overload'
+    if s.name.startswith('m_'):
+        return "The implementation's."
+    if s.scope.startswith('std::') or s.name.startswith('std::'):
+        return "For the standard library's containers: over the text."
     if s.name.startswith('operator new') or s.name.startswith('operator delete'):
         return "The library's heap, see ZVersion."
     if last == 'iterator' or s.name in ITERATOR:
@@ -135,7 +145,7 @@ def comment(s, all_of, system):
         return 'Not there.'
     if s.name == '~' + plain:
         return 'Ends the object; the class says what goes with it.'
-    if s.function and s.name == plain and re.search(r'\(const %s& |\(%s&& ' % (plain, plain), s.text):
+    if s.function and s.name == plain and re.search(r'\((const %s&|%s&&)' % (plain, plain), s.text):
         return 'Copies or moves; the class says what the two share.'
     if s.name == 'operator=' and ('const %s&' % plain in s.text or '%s&&' % plain in s.text):
         return 'Copies or moves; the class says what the two share.'
@@ -174,6 +184,9 @@ def main():
         text = comment(s, found, system)
         if text:
             line = lines[s.at]
+            if system: # several in one declaration: one line each
+                line = re.sub(r'(?<=\w), (?=\w+[,;])', lambda _: '; /** %s */ std::%s ' % (
+                    text, 'uint64_t' if 'uint64_t' in line else 'uint32_t'), line) if ';' in line else line
             indent = len(line) - len(line.lstrip())
             lines[s.at] = '%s/** %s */ %s' % (line[:indent], text, line[indent:])
     if system: # macros
@@ -183,4 +196,5 @@ def main():
     sys.stdout.write('\n'.join(lines))
 
 
-main()
+if __name__ == '__main__':
+    main()

@@ -113,6 +113,14 @@ public:
     Reader& operator=(const Reader&) = delete;
 
     bool read();
+    bool readAscii()
+    {
+        for (const char* at = m_begin; at < m_end; ++at)
+            if (static_cast<unsigned char>(*at) > 127)
+                return fail(XmlFault::encoding, at,
+                            "this byte is not ASCII, which the XML declaration names");
+        return read();
+    }
     ZTBranch* takeRoot() noexcept
     {
         ZTBranch* root = m_root;
@@ -1010,21 +1018,49 @@ bool Reader::content()
 
 // --- encodings ---
 
+constexpr unsigned codepageAscii = 20127;
+
 unsigned codepageOf(Span name) noexcept
 {
     static const struct {
         const char* name;
         unsigned codepage;
-    } known[] = {
-        {"utf-8", 65001},       {"utf8", 65001},        {"us-ascii", 65001},    {"ascii", 65001},
-        {"iso-8859-1", 28591},  {"latin1", 28591},      {"iso-8859-2", 28592},  {"iso-8859-3", 28593},
-        {"iso-8859-4", 28594},  {"iso-8859-5", 28595},  {"iso-8859-6", 28596},  {"iso-8859-7", 28597},
-        {"iso-8859-8", 28598},  {"iso-8859-9", 28599},  {"iso-8859-13", 28603}, {"iso-8859-15", 28605},
-        {"koi8-r", 20866},      {"koi8-u", 21866},      {"shift_jis", 932},     {"windows-31j", 932},
-        {"gb2312", 936},        {"gbk", 936},           {"euc-kr", 949},        {"big5", 950},
-        {"windows-1250", 1250}, {"windows-1251", 1251}, {"windows-1252", 1252}, {"windows-1253", 1253},
-        {"windows-1254", 1254}, {"windows-1255", 1255}, {"windows-1256", 1256}, {"windows-1257", 1257},
-        {"windows-1258", 1258}, {"ibm437", 437},        {"ibm850", 850},        {"ibm866", 866}};
+    } known[] = {{"utf-8", 65001},
+                 {"utf8", 65001},
+                 {"us-ascii", codepageAscii},
+                 {"ascii", codepageAscii},
+                 {"iso-8859-1", 28591},
+                 {"latin1", 28591},
+                 {"iso-8859-2", 28592},
+                 {"iso-8859-3", 28593},
+                 {"iso-8859-4", 28594},
+                 {"iso-8859-5", 28595},
+                 {"iso-8859-6", 28596},
+                 {"iso-8859-7", 28597},
+                 {"iso-8859-8", 28598},
+                 {"iso-8859-9", 28599},
+                 {"iso-8859-13", 28603},
+                 {"iso-8859-15", 28605},
+                 {"koi8-r", 20866},
+                 {"koi8-u", 21866},
+                 {"shift_jis", 932},
+                 {"windows-31j", 932},
+                 {"gb2312", 936},
+                 {"gbk", 936},
+                 {"euc-kr", 949},
+                 {"big5", 950},
+                 {"windows-1250", 1250},
+                 {"windows-1251", 1251},
+                 {"windows-1252", 1252},
+                 {"windows-1253", 1253},
+                 {"windows-1254", 1254},
+                 {"windows-1255", 1255},
+                 {"windows-1256", 1256},
+                 {"windows-1257", 1257},
+                 {"windows-1258", 1258},
+                 {"ibm437", 437},
+                 {"ibm850", 850},
+                 {"ibm866", 866}};
     for (const auto& k : known) {
         int i = 0;
         while (i < name.length && k.name[i] && (name.text[i] | 0x20) == (k.name[i] | 0x20))
@@ -1080,6 +1116,7 @@ bool readXml(const char* data, std::size_t bytes, ZTree& tree, XmlError* error)
     report = XmlError();
     const unsigned char* raw = reinterpret_cast<const unsigned char*>(data);
     platform::HeapPtr<char> converted;
+    bool ascii = false;
     auto refuse = [&report](const char* message) {
         report.fault = XmlFault::encoding;
         report.line = report.column = 1;
@@ -1120,7 +1157,8 @@ bool readXml(const char* data, std::size_t bytes, ZTree& tree, XmlError* error)
             const unsigned codepage = codepageOf(name);
             if (codepage == 0)
                 return refuse("the encoding that the XML declaration names is not known");
-            if (codepage != platform::codepageUtf8) {
+            ascii = codepage == codepageAscii;
+            if (!ascii && codepage != platform::codepageUtf8) {
                 if (bytes > INT_MAX)
                     return refuse("text in this encoding is read up to 2 GB");
                 const int n = platform::toWide(codepage, data, static_cast<int>(bytes), nullptr, 0);
@@ -1135,7 +1173,7 @@ bool readXml(const char* data, std::size_t bytes, ZTree& tree, XmlError* error)
         }
     }
     Reader reader(data, bytes, report);
-    if (!reader.read())
+    if (!(ascii ? reader.readAscii() : reader.read()))
         return false;
     tree.set(reader.takeRoot());
     tree.reset();

@@ -146,6 +146,7 @@ public:
     /// What is written here is written to `next` as well, entries as entries, so that each log makes its
     /// own header. 0x80070057 for a log that leads back to this one or has 64 logs behind it.
     HRESULT ZTREE_COMCALL setChain(IMCWLog* next) override;
+    /// Null and 0x80004005 for none.
     HRESULT ZTREE_COMCALL getChain(IMCWLog** next) override;
     HRESULT ZTREE_COMCALL setHint(const char* hint) override;
     HRESULT ZTREE_COMCALL getHint(const char** hint) override;
@@ -238,7 +239,8 @@ public:
     HRESULT ZTREE_COMCALL isOpen() override;
     /// Makes the file empty.
     HRESULT ZTREE_COMCALL reset() override;
-    /// Flushes and closes; later writes fail with 0x80070006. 0x80070006 when nothing was opened.
+    /// Flushes and closes; what could not be written is gone, and the result says so. Later writes fail
+    /// with 0x80070006. 0x80070006 when nothing was opened.
     HRESULT ZTREE_COMCALL close() override;
     HRESULT ZTREE_COMCALL flush() override;
 

@@ -185,6 +185,7 @@ TEST_F(XmlTest, strictReaderNamesTheFirstFault)
         {" <?xml version='1.0'?><a/>", F::syntax, 1, 2},
         {"<?xml version='2.0'?><a/>", F::syntax, 1, 16},
         {"<?xml version='1.0' encoding='nowhere'?><a/>", F::encoding, 1, 1},
+        {"<?xml version='1.0' encoding='US-ASCII'?>\n<a>\xC3\xA4</a>", F::encoding, 2, 4},
         {"<!DOCTYPE a [ <!ENTITY x 'y'> <a/>", F::syntax, 1, 31},
         {"<1/>", F::syntax, 1, 2},
         {"<a", F::syntax, 1, 3},

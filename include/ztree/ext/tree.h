@@ -5,7 +5,8 @@
 /// Additive: nothing here touches a tree's cursor or a branch's memo unless it says so.
 /// Threads: as for ZTBranch: any number of threads may read one tree while none changes it. A Path may be
 ///     applied by several threads at once.
-/// Failure: structExcept 0x84201001 when memory is short; what was to be changed is then as it was.
+/// Failure: structExcept 0x84201001 when memory is short; what was to be changed is then as it was, but for a
+///     branch whose new text found no memory: it has an empty one, as after ZTBranch::setValue.
 
 #include <ztree/ext/attrib.h>
 #include <ztree/tree.h>

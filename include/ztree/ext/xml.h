@@ -11,7 +11,7 @@ namespace ztree {
 enum class XmlFault {
     none,
     file,         ///< the file cannot be read or written; `system` has the code
-    encoding,     ///< unknown encoding, or bytes that are none of it
+    encoding,     ///< unknown encoding, or bytes that are no UTF-8, UTF-16 or ASCII
     character,    ///< a character that XML does not allow
     syntax,       ///< markup that is not as it must be
     endTag,       ///< an end tag without its start tag, or none where one is due
@@ -41,7 +41,8 @@ struct XmlError {
 /// blank text there is dropped unless the element holds other text as well. Comments, processing
 /// instructions and the DOCTYPE are checked and dropped. The five named entities and character references
 /// are resolved, any other is an error: no DTD is read, no entity expanded, nothing fetched.
-///   data, bytes  UTF-8, UTF-16 with a byte-order mark, or what the XML declaration names
+///   data, bytes  UTF-8, UTF-16 with a byte-order mark, or what the XML declaration names; bytes that another
+///                encoding does not have become what the system's conversion makes of them
 /// Throws structExcept 0x84201001 when memory is short. Depth and size are bounded by memory alone.
 ZTREE_API bool readXml(const char* data, std::size_t bytes, ZTree& tree, XmlError* error = nullptr);
 /// The same from a file.
