@@ -24,7 +24,7 @@ void strict(const char* data, std::size_t n)
     ZTree tree;
     ztree::XmlError error;
     if (!ztree::readXml(data, n, tree, &error)) {
-        if (!error.message[0] || error.line < 1 || error.column < 1 || error.offset > 2 * n + 16)
+        if (!error.message[0] || error.line < 1 || error.column < 1 || error.offset > 3 * n + 16)
             std::abort();
         return;
     }
