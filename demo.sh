@@ -5,6 +5,7 @@ set -eu
 cd "$(dirname "$0")"
 tools/setup.sh demo
 mkdir -p build
+echo "building in build/demo ..."
 cmake --preset demo >build/demo.log 2>&1 || { cat build/demo.log; exit 1; }
 cmake --build --preset demo --target ztree_tool -j "${ZTREE_JOBS:-$(nproc)}" -- --quiet
 

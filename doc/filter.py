@@ -107,8 +107,8 @@ def statements(lines):
             documented = blank = False
             continue
         ends = re.search(r'(;|\}|,)(\s*///<.*)?$', text) or inner and inner[-1][0] == 'enum'
-        known = documented or '///<' in line or ' override' in text # those inherit their comment
-        if not (text.startswith(('friend', 'static_assert')) or 'class m' in text[:8]):
+        known = documented or '///<' in line or ' override' in text and '~' not in text # those inherit their comment
+        if not (text.startswith(('friend class', 'friend struct', 'static_assert')) or 'class m' in text[:8]):
             found.append(Statement(start, scope, 'private' if hidden else access, whole, known, blank))
         if not ends:
             open_at = (at, text.endswith('{') and not text.endswith('= {'))
@@ -124,6 +124,8 @@ def comment(s, all_of, system):
     """The line for an undocumented declaration, None when somebody has to write it."""
     last = s.scope.split('::')[-1]
     plain = re.sub(r'<.*', '', last)
+    if s.scope == 'std' or 'std::' in s.text.split('{')[0] and s.text.startswith('template <> struct'):
+        return "For the standard library's containers: over the text."
     if s.scope.startswith('csv') and s.name in ('read', 'write'):
         return 'The value itself, not as text.'
     if s.scope.startswith('csv') and s.name == s.scope:
@@ -137,6 +139,8 @@ def comment(s, all_of, system):
         return "The implementation's."
     if s.scope.startswith('std::') or s.name.startswith('std::'):
         return "For the standard library's containers: over the text."
+    if s.name in ('operator==', 'operator!=') and s.scope:
+        return 'Field by field.'
     if s.name.startswith('operator new') or s.name.startswith('operator delete'):
         return "The library's heap, see ZVersion."
     if last == 'iterator' or s.name in ITERATOR:
@@ -189,6 +193,10 @@ def main():
                     text, 'uint64_t' if 'uint64_t' in line else 'uint32_t'), line) if ';' in line else line
             indent = len(line) - len(line.lstrip())
             lines[s.at] = '%s/** %s */ %s' % (line[:indent], text, line[indent:])
+    for i, line in enumerate(lines):
+        if '///' in line: # "@" begins a command nowhere but in these; an operator alone would begin a list
+            line = re.sub(r'(`[^`]*`|"[^"]*")|@(?!file|def |typedef)', lambda m: m.group(1) or '\\@', line)
+            lines[i] = re.sub(r'(///< )([^\w\s"`]+)$', r'\1`\2`', line)
     if system: # macros
         for i, line in enumerate(lines):
             if line.startswith('#define') and '///' not in line and len(line.split()) > 2:

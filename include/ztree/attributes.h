@@ -43,6 +43,7 @@ public:
     const char* getValue() const;
     /// A null text clears the field.
     void setName(const char* name);
+    /// The same for the value.
     void setValue(const char* value);
 
     /// Length of the name (4 bytes, little-endian), its bytes, length of the value, its bytes. Returns 0.
@@ -85,6 +86,7 @@ public:
     /// A null text clears the field.
     void setName(const zwchar* name);
     void setName(const unsigned short* name);
+    /// The same for the value.
     void setValue(const zwchar* value);
     void setValue(const unsigned short* value);
 
@@ -140,12 +142,15 @@ public:
     void setAttrib(const char* name, const char* value);
     /// Deletes the first attribute with that name.
     void removeAttrib(const char* name);
+    /// Deletes all attributes.
     void removeAllAttribs();
     /// The value of the first attribute with that name, or null.
     const char* getAttrib(const char* name) const;
+    /// Number of attributes.
     int size() const;
     /// Null outside [0, size()).
     const char* nameAt(int index) const;
+    /// The value there; null outside [0, size()).
     const char* dataAt(int index) const;
     /// `name="value"`, or the empty text outside [0, size()).
     ZString elementAt(int index);

@@ -70,19 +70,25 @@ public:
     int init(unsigned short id, unsigned long flags) noexcept;
     /// The buffer whose code page and formats the field uses; not owned.
     int setParent(const csvBuffer* parent) noexcept;
+    /// Null without one.
     const csvBuffer* getParent() const noexcept { return m_parent; }
+    /// Returns 0.
     int setId(unsigned short id) noexcept;
+    /// The column that the field takes.
     unsigned short getId() const noexcept { return m_id; }
     /// 0x80070057, and no change, for bits outside 0x1A000223. Replaces the whole word, the internal bits
     /// too.
     int setFlags(unsigned long flags) noexcept;
+    /// With the internal bits.
     unsigned long getFlags() const noexcept { return m_flags; }
     /// Address and size as given; the const form makes the field read-only, the other one writable.
     int setBuffer(char* buffer, unsigned int size) noexcept;
     int setBuffer(const char* buffer, unsigned int size) noexcept;
+    /// Bytes of the value. Returns 0.
     int setSize(unsigned int size) noexcept;
     /// These two give 0x80004005 for a fixed address.
     int setOffset(long offset) noexcept;
+    /// Adds to the address.
     int shiftBuffer(long delta) noexcept;
     /// Address or offset; *size (may be null) receives the size.
     char* getBuffer(unsigned int* size) const noexcept
@@ -447,6 +453,7 @@ public:
     // --- settings ---
     /// 0x80070057 for p from 32 on.
     int setParameter(csvParameter p, unsigned short value);
+    /// 0 for p from 32 on.
     unsigned short getParameter(csvParameter p) const;
     /// Makes the local format from parameters 0 and 2. The date picture is copied over the old one without a
     /// terminator, so a picture of six letters keeps the end of a longer one.
@@ -457,29 +464,37 @@ public:
     /// Copies the record and sets parameters 0 and 2 after it, with other number codes than above: 0 '.' and
     /// a thousands separator, 3 '.' alone, 1 another one and a thousands separator, 2 another one alone.
     int setLocalFormat(const tagLocalFmt* fmt);
+    /// The buffer's own record.
     const tagLocalFmt* getLocalFormat() const;
 
     // --- columns ---
     /// Identifiers of the columns. Trailing identifiers 9, 10 and 32 are dropped.
     int setFieldOrder(const unsigned short* ids, int count);
+    /// Appends to them.
     int addFieldOrder(const unsigned short* ids, int count);
+    /// Stores how many there are; valid until they change.
     const unsigned short* getFieldOrder(int* count) const;
 
     // --- definitions ---
+    /// clearFieldDefinitionList(), then addFieldDefinitionList().
     int setFieldDefinitionList(const csvField** list, int count);
+    /// The same for one.
     int addFieldDefinition(const csvField& field);
     /// Clones the definitions into the slots of their identifiers; others are left out. A slot that holds one
     /// of the same class keeps it as it is.
     int addFieldDefinitionList(const csvField** list, int count);
     /// Copies up to *count definitions, up to the first empty slot; *count becomes their number.
     int getFieldDefinitionList(const csvField** out, int* count) const;
+    /// Deletes all definitions.
     int clearFieldDefinitionList();
     /// Moves all definitions from the last record to this one; at first that is address 0, so definitions
     /// made with offsets come before the first call.
     int relocFieldDefinitionList(const void* base);
 
     // --- scanning ---
+    /// Whether scanLine() finds another line.
     bool hasMoreLines() const;
+    /// Whether scanField() finds another column in the line.
     bool hasMoreFields() const;
     /// Scans all lines into the record, one over the other; null: into where the definitions point. Ends at a
     /// line whose scan fails. Returns the last line's result.

@@ -200,6 +200,7 @@ ZTREE_API int dStringWDate(const unsigned short* display, char* buffer, bool fou
 /// Threads: a plain value. Failure: nothing throws.
 class ZTREE_API ZTime {
 public:
+    /// From what set(), fromValues(), fromMcoTime() and fromString() take.
     ZTime(unsigned short minutes) noexcept { set(minutes); }
     ZTime() noexcept { set(0); }
     ZTime(unsigned short hour, unsigned short minute, unsigned short second) noexcept
@@ -210,20 +211,24 @@ public:
     ZTime(const zwchar* text, const tagLocalFmt* fmt) noexcept { fromWString(text, fmt); }
     ZTime(const unsigned short* text, const tagLocalFmt* fmt) noexcept { fromWString(text, fmt); }
     ZTime(const char* text, const tagLocalFmt* fmt) noexcept { fromString(text, fmt); }
+    /// As set().
     ZTime& operator=(unsigned short minutes) noexcept
     {
         set(minutes);
         return *this;
     }
+    /// As get().
     operator unsigned short() const noexcept { return get(); }
 
     /// Minutes since midnight become the time; 0 and 1440 upwards make it invalid. Returns 0.
     int set(unsigned short minutes) noexcept;
+    /// Minutes since midnight.
     unsigned short get() const noexcept { return m_usMinutes; }
     /// Result of initTime.
     int fromValues(unsigned short hour, unsigned short minute, unsigned short second) noexcept;
     /// Takes any packed value as it is. Returns 0.
     int fromMcoTime(unsigned long packed) noexcept;
+    /// The packed time.
     unsigned long toMcoTime() const noexcept { return m_ulTime; }
     /// tStringUlong, tStringWUlong.
     int fromString(const char* text, const tagLocalFmt* fmt) noexcept;
@@ -238,6 +243,7 @@ public:
     int toValues(unsigned short* hour, unsigned short* minute, unsigned short* second) const noexcept;
 
 protected:
+    /// Makes the minutes anew from the packed time.
     void updateZTime() noexcept;
 
 private:
@@ -253,8 +259,10 @@ class ZTREE_API ZXDate {
 public:
     /// Days of the year at the end of January to November, and a twelfth entry 0.
     static const unsigned short s_arDaysAtEndOfMonth[12];
+    /// The same in a leap year.
     static const unsigned short s_arDaysAtEndOfMonthLeaped[12];
 
+    /// From what set(), fromValues(), fromMcoDate() and fromString() take.
     ZXDate(unsigned short dayNumber) noexcept { set(dayNumber); }
     ZXDate() noexcept { set(0); }
     ZXDate(unsigned short day, unsigned short month, unsigned short year) noexcept
@@ -265,20 +273,24 @@ public:
     ZXDate(const zwchar* text, const tagLocalFmt* fmt) noexcept { fromWString(text, fmt); }
     ZXDate(const unsigned short* text, const tagLocalFmt* fmt) noexcept { fromWString(text, fmt); }
     ZXDate(const char* text, const tagLocalFmt* fmt) noexcept { fromString(text, fmt); }
+    /// As set().
     ZXDate& operator=(unsigned short dayNumber) noexcept
     {
         set(dayNumber);
         return *this;
     }
+    /// As get().
     operator unsigned short() const noexcept { return get(); }
 
     /// A day number becomes the date; 0 makes it invalid. Returns 0.
     int set(unsigned short dayNumber) noexcept;
+    /// The day number.
     unsigned short get() const noexcept { return m_usDays; }
     /// Result of initDate; note the order day, month, year.
     int fromValues(unsigned short day, unsigned short month, unsigned short year) noexcept;
     /// Takes any packed value as it is. Returns 0.
     int fromMcoDate(unsigned long packed) noexcept;
+    /// The packed date.
     unsigned long toMcoDate() const noexcept { return m_ulDate; }
     /// dStringUlong, dStringWUlong.
     int fromString(const char* text, const tagLocalFmt* fmt) noexcept;
@@ -293,9 +305,11 @@ public:
 
     /// Leap days from 1900 to the start of the year: 0 for 1900, 1 for 1905.
     static unsigned short leapDays(unsigned short year) noexcept;
+    /// By the Gregorian rule.
     static bool isLeapYear(unsigned short year) noexcept;
 
 protected:
+    /// Makes the day number anew from the packed date.
     void updateXDate() noexcept;
 
 private:
@@ -388,6 +402,7 @@ public:
     static void operator delete(void*, void*) noexcept {}
 
     virtual ~amountInWords();
+    /// Replaces `out` by the words.
     virtual int getText(double value, const zwchar* currency, ZStringW& out) = 0;
     /// flags: ztree::WordsFlags. The base calls getText and ignores them.
     virtual int getTextEx(double value, const zwchar* currency, unsigned int flags, ZStringW& out);
@@ -434,6 +449,7 @@ public:
     int getTextEx(double value, const zwchar* currency, unsigned int flags, ZStringW& out) override;
 
 protected:
+    /// As amtEnglish::numToString.
     int numToString(unsigned short number, unsigned char group, ZStringW& out);
 
     static const zwchar* const s_pwNull;

@@ -61,7 +61,9 @@ public:
 
     /// Sets the view as the constructor does; returns its length in bytes.
     int setString(const char* text, int length);
+    /// Start of the viewed text.
     const char* getData() const;
+    /// Its length in bytes.
     int getLength() const;
     /// Writes the viewed text to standard output; returns what printf returned.
     int print() const;

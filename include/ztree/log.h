@@ -13,20 +13,20 @@
 
 /// Level numbers: the low byte of an entry word. Smaller is more severe.
 enum : unsigned {
-    logEmergency = 1,
-    logAlert = 2,
-    logCritical = 5,
-    logError = 10,
-    logWarning = 13,
-    logNotice = 15,
-    logInfo = 18,
-    logDebug = 20,
+    logEmergency = 1, ///< the system is unusable
+    logAlert = 2,     ///< somebody has to act at once
+    logCritical = 5,  ///< a part has failed
+    logError = 10,    ///< an operation has failed
+    logWarning = 13,  ///< something is not as it should be
+    logNotice = 15,   ///< normal, and worth a look
+    logInfo = 18,     ///< what goes on
+    logDebug = 20,    ///< for whoever looks for a fault
 };
 /// Bits of an entry word that leave a part of the header out.
 enum : unsigned {
-    logNoLevel = 0x20000000,
-    logNoTime = 0x40000000,
-    logNoThread = 0x80000000,
+    logNoLevel = 0x20000000,  ///< the level word
+    logNoTime = 0x40000000,   ///< date and time
+    logNoThread = 0x80000000, ///< the thread
 };
 
 /// Told by a log that it cannot write.
@@ -159,6 +159,7 @@ public:
 
     /// The flags word; bit 0: no entry gets a header.
     void setFlags(unsigned flags) noexcept { m_flags = flags; }
+    /// The flags word.
     unsigned getFlags() const noexcept { return m_flags; }
 
     static void* operator new(std::size_t bytes) noexcept { return platform::heapAlloc(bytes); }
@@ -265,6 +266,7 @@ private:
 /// coloured by level when that is a terminal and the environment has no NO_COLOR.
 class ZTREE_API conLog : public mcwLog {
 public:
+    /// To standard error unless told otherwise.
     explicit conLog(bool standardOutput = false) noexcept;
     ~conLog() override;
 
@@ -288,15 +290,15 @@ protected:
 
 /// One row of a level list.
 struct tagLogList {
-    unsigned char level;
-    const zwchar* name;
-    const zwchar* description;
+    unsigned char level;       ///< number, the low byte of an entry word
+    const zwchar* name;        ///< as users write it
+    const zwchar* description; ///< a sentence for them
 };
 /// One row of a mode list; the mask has one or more mode bits.
 struct tagLogMode {
-    zulong mask;
-    const zwchar* name;
-    const zwchar* description;
+    zulong mask;               ///< the mode bits
+    const zwchar* name;        ///< as users write it
+    const zwchar* description; ///< a sentence for them
 };
 
 /// Interface of logClient. Results are HRESULTs, 0 for success.
@@ -308,17 +310,21 @@ struct IMCWLogClient : public IUnknown {
     virtual HRESULT ZTREE_COMCALL getLog(IMCWLog** log) const = 0;
     /// The log without a new reference, or null.
     virtual IMCWLog* ZTREE_COMCALL useLog() const = 0;
+    /// Replaces the enabled modes, a bit each. 0.
     virtual HRESULT ZTREE_COMCALL setLogModes(zulong modes) = 0;
     /// Names of the mode list, separated by any of "+,| ", in any case. 0x80004005 when a name is unknown;
     /// the modes of the others are set all the same.
     virtual HRESULT ZTREE_COMCALL setLogModesString(const zwchar* text) = 0;
+    /// Stores the enabled modes; 0x80070057 for null.
     virtual HRESULT ZTREE_COMCALL getLogModes(zulong* modes) const = 0;
     /// 0 if one of these modes is enabled, else 0x80004005.
     virtual HRESULT ZTREE_COMCALL checkLogModes(zulong modes) const = 0;
+    /// Entries up to this level pass; 0 lets none through. 0.
     virtual HRESULT ZTREE_COMCALL setLogLevel(unsigned char level) = 0;
     /// The level with this name in the client's list, or in the built-in one if it has none, in any case.
     /// Null sets level 10. 0x80004005 and no change for an unknown name.
     virtual HRESULT ZTREE_COMCALL setLogLevelString(const zwchar* name) = 0;
+    /// Stores the level; 0x80070057 for null.
     virtual HRESULT ZTREE_COMCALL getLogLevel(unsigned char* level) const = 0;
     /// 0 if an entry of this level is to be written, else 0x80004005.
     virtual HRESULT ZTREE_COMCALL checkLogLevel(unsigned char level) const = 0;
@@ -401,6 +407,7 @@ public:
     static void operator delete(void*, void*) noexcept {}
 
 protected:
+    /// The controlling object, or the client itself.
     IUnknown* controlling() const noexcept { return m_outer; }
 
 private:

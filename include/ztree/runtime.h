@@ -59,6 +59,7 @@ public:
     virtual HRESULT ZTREE_COMCALL isOpen() { return notImplemented; }
     /// Drops what was written so far.
     virtual HRESULT ZTREE_COMCALL reset() { return notImplemented; }
+    /// Closes the target; writing fails from then on.
     virtual HRESULT ZTREE_COMCALL close() { return notImplemented; }
     /// Hands every entry to `next` too; the log keeps a reference. Null ends that.
     virtual HRESULT ZTREE_COMCALL setChain(IMCWLog* /*next*/) { return notImplemented; }
@@ -115,6 +116,7 @@ public:
     const EXCEPTION_RECORD* getExceptionRecord() const noexcept { return &m_record; }
     /// The registers at the fault; all zero for an error of the library.
     const CONTEXT* getContext() const noexcept { return &m_context; }
+    /// The library's code, or the fault's.
     unsigned int getCode() const noexcept { return m_code; }
     /// Address of the faulting instruction, its low 32 bits in a 64-bit process; 0 for a library error.
     unsigned int getAddress() const noexcept;
@@ -131,6 +133,7 @@ public:
     /// From now on faults of the calling thread are thrown as structExcept. Returns what was in force
     /// before, null for nothing, to be handed to uninstall(); pairs may be nested.
     static void* install() noexcept;
+    /// Puts back what install() found.
     static void uninstall(void* previous) noexcept;
 
     /// Makes uhxFilter() the process's last-chance filter, reporting to `log` (null: no report). Each

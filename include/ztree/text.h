@@ -156,6 +156,7 @@ public:
     void clear();
 
     // --- appending: bytes as they are, never converted ---
+    /// Bytes as they are; a number in decimal.
     const ZString& operator+=(const char* s);
     const ZString& operator+=(const ZString& s);
     const ZString& operator+=(int value);
@@ -176,14 +177,17 @@ public:
     operator char*() const { return const_cast<char*>(getBuffer()); }
     /// The byte at i; 0 outside [0, length()).
     char getAt(int i) const { return ztree::detail::stringUnit(m_pImpl, i); }
+    /// As getAt().
     char operator[](int i) const { return ztree::detail::stringUnit(m_pImpl, i); }
     template <class Index, ztree::detail::IfInteger<Index> = 0> char operator[](Index i) const
     {
         return ztree::detail::stringUnit(m_pImpl, i);
     }
+    /// Bytes of the text.
     int length() const { return m_pImpl ? m_pImpl->m_nLength : 0; }
     /// UTF-16 units the text stands for when it is tagged 65001, else the length.
     int characters() const;
+    /// The tag.
     unsigned int getCodepage() const { return m_pImpl ? m_pImpl->m_uCodepage : 65001; }
     /// First index of c from `from` on, or -1.
     int indexOf(char c, int from) const;
@@ -194,6 +198,7 @@ public:
     /// First index of s from `from` on, or -1; -1 for a null or empty s. One pass: a match that begins
     /// inside a failed partial match is missed ("aab" is not found in "aaab"); ztree::find finds it.
     int indexOf(const char* s, int from) const;
+    /// Last index of c, or -1.
     int lastIndexOf(char c) const;
     /// Compares bytes; false for a null or empty prefix.
     bool startsWith(const char* prefix) const;
@@ -221,6 +226,7 @@ public:
     int truncate(int start, int count);
     /// By the system's ANSI code page whatever the tag is. Returns the length.
     int toupper();
+    /// The same to lower case.
     int tolower();
     /// Changes the tag alone. Returns 0.
     int setCodepage(unsigned int codepage);
@@ -239,6 +245,7 @@ public:
     /// s converted from `codepage` to UTF-8 in a buffer for freeDup to release; null for a null or empty s
     /// or one that cannot be converted.
     static char* strDup(const char* s, unsigned int codepage);
+    /// Gives a buffer of strDup() back; null is ignored.
     static void freeDup(char* buffer);
 
     unsigned int getLibVersion() const override;
@@ -254,7 +261,7 @@ private:
     ztree::detail::StringFields<char>* m_pImpl; // an mZString
 };
 
-// The result keeps the tag of its left part: of a ZString its own, of a text or an int 0, of a char 65001.
+/// The result keeps the tag of its left part: of a ZString its own, of a text or an int 0, of a char 65001.
 ZTREE_API ZString operator+(const ZString& a, const ZString& b);
 ZTREE_API ZString operator+(const ZString& a, const char* b);
 ZTREE_API ZString operator+(const char* a, const ZString& b);
@@ -360,6 +367,7 @@ public:
 
     // --- reading ---
     const zwchar* getBuffer() const { return ztree::detail::stringText(m_pImpl); }
+    /// As getBuffer().
     operator const zwchar*() const { return getBuffer(); }
     zwchar getAt(int i) const { return ztree::detail::stringUnit(m_pImpl, i); }
     zwchar operator[](int i) const { return ztree::detail::stringUnit(m_pImpl, i); }
@@ -494,6 +502,7 @@ ZTREE_API int atox(const char* hex, int len, char* out, int outSize, bool right)
 ZTREE_API int atoin(const char* s, int n);
 /// atoin for hexadecimal digits.
 ZTREE_API int xtoin(const char* s, int n);
+/// xtoin for wide digits.
 ZTREE_API int wxtoin(const zwchar* s, int n);
 ZTREE_API int wxtoin(const unsigned short* s, int n);
 /// First occurrence of the needle's bytes, or null; the start for an empty needle. After a failed partial
@@ -509,6 +518,7 @@ inline const char* memmem(const char* hay, N hayLen, const char* needle, M needl
 }
 /// Copies exactly n characters through the C library's toupper / towupper. Returns n, 0 for n <= 0.
 ZTREE_API int strnupr(const char* src, char* dst, int n);
+/// The wide twin; n counts units.
 ZTREE_API int wcsnupr(const zwchar* src, zwchar* dst, int n);
 ZTREE_API int wcsnupr(const unsigned short* src, unsigned short* dst, int n);
 /// True when one of the first n characters, before a terminator, differs from `filler`.

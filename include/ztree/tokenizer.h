@@ -35,10 +35,14 @@ public:
     operator const char*() const;
     /// Null sets " \t\r\n". An empty list makes hasMoreTokens() false.
     void setSepList(const char* seps);
+    /// The separators in force.
     const char* getSepList() const;
+    /// The bits named above.
     void setMode(int mode);
+    /// The mode in force.
     int getMode() const;
 
+    /// Whether something is left that nextToken() would give.
     bool hasMoreTokens() const;
     /// Passes the characters that stand in chars; returns how many.
     int skip(const char* chars);
@@ -96,6 +100,7 @@ public:
 
     void init(const zwchar* text, const zwchar* seps, int mode);
     void init(const unsigned short* text, const unsigned short* seps, int mode);
+    /// As in ZTokenizer.
     operator const zwchar*() const;
     void setSepList(const zwchar* seps);
     void setSepList(const unsigned short* seps);

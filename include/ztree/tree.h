@@ -67,7 +67,9 @@ public:
     const char* getFullName() const;
     /// 1 the text names this branch, 0 it does not, -1 only the suffix differs.
     int equals(const char* text) const;
+    /// Sets the pointer alone: the parent does not list the branch for it.
     void setParent(ZTBranch* parent);
+    /// Null when none was set.
     ZTBranch* getParent() const;
     /// 0 none, 1 char, 2 unsigned char, 3 short, 4 int, 5 long, 6 double, 7 bytes or text.
     unsigned char getType() const;
@@ -99,14 +101,18 @@ public:
     /// The value as text: decimal numbers, doubles with the stored precision and a decimal comma, bytes
     /// as they are. Null for no value. *length: characters, unchanged when null is returned.
     const char* toString(int* length) const;
+    /// Gives the memory of the last toString() back.
     void freeString();
 
     // --- children ---
+    /// Places in the child list, empty ones included.
     int getChildCount() const;
+    /// Null when there is none.
     ZTBranch* getChild(int index) const;
     ZTBranch* getChild(const char* name) const;
     /// Steps through the children: *pos is the next index. Null behind the last.
     ZTBranch* getFirstChild(int* pos) const;
+    /// The same from *pos on, which is raised.
     ZTBranch* getNextChild(int* pos) const;
     /// Index of the first child that the text names, or -1. Constant time among many children.
     int findChild(const char* name) const;
@@ -126,14 +132,20 @@ public:
     int getChildValue(const char* name, const char** value, int* length) const;
 
     // --- attributes; names compare ignoring case ---
+    /// Number of attributes.
     int getAttribCount() const;
+    /// Null when there is none.
     ZAttrib* getAttrib(int index) const;
     ZAttrib* getAttrib(const char* name) const;
+    /// As getFirstChild() for attributes.
     ZAttrib* getFirstAttrib(int* pos) const;
+    /// As getNextChild() for attributes.
     ZAttrib* getNextAttrib(int* pos) const;
+    /// Index of the first attribute with that name, or -1.
     int findAttrib(const char* name) const;
     /// Adds a copy, or with replace sets the value of the one with that name. Returns 0.
     int addAttrib(const ZAttrib& attrib, bool replace);
+    /// Deletes the attribute there, or the first one with that name.
     void removeAttrib(int index);
     void removeAttrib(const char* name);
     /// 0 and the value with its length in bytes; -1 when there is no such attribute.
@@ -160,6 +172,7 @@ public:
 
     /// An integer of the caller's. A tree cursor keeps the index of the child last visited in it.
     void remember(int value);
+    /// The integer last stored.
     int recall() const;
 
     // --- binary form: little-endian, lengths and counts unsigned 32-bit ---
@@ -365,12 +378,14 @@ public:
     void clear();
     /// Deletes the tree and takes ownership of branch as the new root and current branch. Returns 0.
     int set(ZTBranch* branch);
+    /// Null for an empty tree.
     ZTBranch* root() const;
     ZTBranch* current() const;
     /// Places the cursor, when branch is the root or has a parent in this tree.
     void current(ZTBranch* branch);
     /// Places the cursor on the root and returns it.
     ZTBranch* reset();
+    /// The parent of a branch as the cursor sees it, or null.
     ZTBranch* findParent(const ZTBranch* branch) const;
 
     /// To a child by index, by name, by identity; null for the last argument means the child last added
@@ -379,7 +394,9 @@ public:
     ZTBranch* descend(const char* name);
     ZTBranch* descend(const ZTBranch* child);
     ZTBranch* descend(std::nullptr_t) { return descend(static_cast<const ZTBranch*>(nullptr)); }
+    /// To the parent.
     ZTBranch* ascend();
+    /// To the next child of the parent of the current branch.
     ZTBranch* next();
 
     /// Adds a copy of branch (node only) below the current branch, or makes it the root of an empty tree.

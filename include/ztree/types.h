@@ -6,13 +6,17 @@
 #include <cstdint>
 
 // --- export ---
+/// @def ZTREE_API
+/// Marks what the library exports, and imports where ZTREE_BUILD is not defined.
+/// @def ZTREE_COMCALL
+/// Calling convention of COM-style operations.
 #if defined(_WIN32)
 #if defined(ZTREE_BUILD)
 #define ZTREE_API __declspec(dllexport)
 #else
 #define ZTREE_API __declspec(dllimport)
 #endif
-#define ZTREE_COMCALL __stdcall ///< calling convention of COM-style operations
+#define ZTREE_COMCALL __stdcall
 #else
 #define ZTREE_API __attribute__((visibility("default")))
 #define ZTREE_COMCALL
@@ -26,9 +30,13 @@
 #endif
 
 // --- wide text ---
-/// The unit of wide text, UTF-16 on every target; ZTEXT("abc") is a literal of it.
-/// zwcharOther is the remaining spelling of a wide literal: char16_t on Windows (UTF-16), the
-/// 32-bit wchar_t elsewhere (UTF-32). Only ZStringW takes it.
+/// @def ZTEXT
+/// A literal of zwchar: ZTEXT("abc").
+/// @typedef zwchar
+/// The unit of wide text, UTF-16 on every target.
+/// @typedef zwcharOther
+/// The remaining spelling of a wide literal: char16_t on Windows (UTF-16), the 32-bit wchar_t elsewhere
+/// (UTF-32). Only ZStringW takes it.
 #if defined(_WIN32)
 typedef wchar_t zwchar;
 typedef char16_t zwcharOther;
@@ -41,8 +49,11 @@ typedef wchar_t zwcharOther;
 static_assert(sizeof(zwchar) == 2, "wide text is UTF-16");
 
 // --- the 32-bit long of the interface ---
+/// @typedef zlong
 /// Results of COM-style operations, reference counts and record memory have 32 bits on every
 /// target, so that a code such as 0x80004005 compares alike.
+/// @typedef zulong
+/// The same without a sign.
 #if defined(_WIN32)
 typedef long zlong;
 typedef unsigned long zulong;

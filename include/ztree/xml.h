@@ -42,18 +42,25 @@ public:
 
     /// Leaves the list of the parent before and is appended to the new one's.
     void setParent(ZXmlTag* parent);
+    /// Null for a top element.
     ZXmlTag* getParent() const;
+    /// A null text clears it.
     void setName(const char* name);
     /// Null when empty.
     const char* getName() const;
+    /// A null text clears it.
     void setText(const char* text);
+    /// Null when empty.
     const char* getText() const;
     /// 0 start tag, 1 end tag, 2 empty element, 3 declaration or processing
     /// instruction; -1 before setData().
     int getKind() const;
 
+    /// Appends, also when the name is there already.
     void addAttrib(const char* name, const char* value);
+    /// Replaces the value of the first attribute with that name, else appends.
     void setAttrib(const char* name, const char* value);
+    /// Its value, or null.
     const char* getAttrib(const char* name) const;
     /// The element's own list.
     ZAttribList* getAttribList();
@@ -65,8 +72,10 @@ public:
     void addChild(const char* name, const char* text);
     /// Takes the first place of child out of the list; it is not deleted.
     void removeChild(ZXmlTag* child);
+    /// Its first place in the list, or -1.
     int getChildIndex(const ZXmlTag* child) const;
     ZXmlTag* getChild(int index) const;
+    /// Places in the list.
     int getChildCount() const;
     /// First child with that name, byte for byte; "item(main)" asks for one whose
     /// attribute "Rel" is main too.
@@ -197,8 +206,11 @@ public:
     /// else behind the last one; sort: sortChildren() on it. Kept: returns true
     /// when there is no element.
     bool load(bool sort, bool restart);
+    /// Deletes the elements; the text stays.
     void unload();
+    /// True without an element.
     bool isEmpty() const;
+    /// The element last parsed, or null; it stays the reader's.
     ZXmlTag* getRoot() const;
     /// The text; *length in bytes.
     const char* getBuffer(unsigned long* length) const;
@@ -304,17 +316,21 @@ public:
     int getDataSize() const;
     /// Code page of escaped text, 65001 at first.
     int setCodepage(unsigned int codepage);
+    /// The code page of escaped text.
     unsigned int getCodepage() const;
 
     /// Length below 1: up to the terminator. Kept: 0 after unescaped text, 1
     /// after escaped or empty text.
     int write(const char* text, int length, int escape);
+    /// Ends the line and indents the next one.
     int lineFeed();
     /// `more`: attributes follow.
     int startTag(const char* name, int more);
     /// startTag() of an element that closes as "/>".
     int quickTag(const char* name, int more);
+    /// Writes "</name>".
     int endTag(const char* name);
+    /// Writes an attribute, escaped; `more`: further ones follow.
     int attrib(const char* name, const char* value, int more);
     /// Opens an element and goes one level down; "_unnamed" for null.
     int descend(const char* name, int more);
@@ -327,6 +343,7 @@ public:
     int writeData(const char* name, const char* data, int length);
     /// At most 42 decimal digits, two a byte, high half first.
     int writePacked(const char* name, const unsigned char* digits, int count);
+    /// An element with a number, "." before the decimals.
     int writeAmount(const char* name, double value, int decimals);
     /// An empty element with the attributes Command and, unless query is null,
     /// Query.

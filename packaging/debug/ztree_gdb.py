@@ -1,4 +1,4 @@
-"""Views of ztree's strings, arrays, attributes, branches and trees for gdb (9 and later).
+"""Views of ztree's strings, arrays, attributes, branches and trees for gdb.
 
     (gdb) source ztree_gdb.py
     (gdb) print tree

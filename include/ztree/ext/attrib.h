@@ -29,8 +29,10 @@ enum class Empty {
 /// Ownership: owns nothing; text and delimiters must outlive the loop.
 template <class Ch> class Tokens {
 public:
+    /// A piece of the text.
     using View = std::basic_string_view<Ch>;
 
+    /// Text and delimiters as views.
     Tokens(View text, View delims, Empty empty) noexcept : m_text(text), m_delims(delims), m_empty(empty)
     {
         for (const Ch c : delims)
@@ -125,7 +127,9 @@ inline Tokens<zwchar> tokens(std::basic_string_view<zwchar> text,
 // --- attributes of a list ---
 /// Name and value of an attribute; empty where there is none.
 template <class Ch> struct AttribView {
+    /// The name.
     std::basic_string_view<Ch> name;
+    /// The value.
     std::basic_string_view<Ch> value;
 };
 
@@ -134,8 +138,10 @@ template <class Ch> struct AttribView {
 /// Ownership: owns nothing; the list must outlive the loop and not change in it.
 template <class List> class Attribs {
 public:
+    /// The unit of the texts.
     using Ch = std::remove_cv_t<std::remove_pointer_t<decltype(std::declval<const List&>().nameAt(0))>>;
 
+    /// Over this list.
     explicit Attribs(const List& list) noexcept : m_list(&list) {}
     int size() const { return m_list->size(); }
 

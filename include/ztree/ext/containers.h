@@ -18,6 +18,7 @@ namespace ztree {
 /// Failure: throws structExcept 0x84201001 when the copy cannot be allocated.
 template <class T> class Snapshot {
 public:
+    /// Takes the entries of this moment.
     explicit Snapshot(const ZArray& array)
     {
         int room = array.copyEntries(nullptr, 0);
@@ -87,18 +88,25 @@ private:
 /// Threads, failure: as ZArray. Loops run over a snapshot: for (T* p : view.snapshot()).
 template <class T> class ArrayView {
 public:
+    /// Over this array.
     explicit ArrayView(ZArray& array) noexcept : m_array(&array) {}
 
     int size() const { return m_array->size(); }
     bool empty() const { return size() == 0; }
     /// Entry i, null outside [0, size()).
     T* operator[](int i) const { return typed(m_array->getAt(i)); }
+    /// ZArray::add().
     int add(T* p) const { return m_array->add(p); }
+    /// ZArray::setAt().
     int setAt(int i, T* p) const { return m_array->setAt(i, p); }
+    /// ZArray::remove().
     T* remove(int i) const { return typed(m_array->remove(i)); }
     void remove(const T* p) const { m_array->remove(p); }
+    /// ZArray::find().
     int find(const T* p) const { return m_array->find(p); }
+    /// Whether find() finds p.
     bool contains(const T* p) const { return find(p) >= 0; }
+    /// The entries of this moment, to loop over.
     Snapshot<T> snapshot() const { return Snapshot<T>(*m_array); }
 
 private:
@@ -113,6 +121,7 @@ private:
 /// Failure: throws structExcept 0x84201001 when the copy cannot be allocated.
 class ComSnapshot {
 public:
+    /// Takes the entries of this moment.
     explicit ComSnapshot(const ZComArray& array)
     {
         int room = array.copyEntries(nullptr, 0);
@@ -160,6 +169,7 @@ private:
 /// getAt(), getForward(), remove() and the like hand out.
 template <class T = IUnknown> class Ref {
 public:
+    /// Takes over a reference that is there already.
     explicit Ref(T* p = nullptr) noexcept : m_p(p) {}
     Ref(Ref&& other) noexcept : m_p(std::exchange(other.m_p, nullptr)) {}
     Ref& operator=(Ref&& other) noexcept
@@ -172,7 +182,9 @@ public:
         if (m_p)
             m_p->Release();
     }
+    /// The pointer; the reference stays here.
     T* get() const noexcept { return m_p; }
+    /// The same.
     T* operator->() const noexcept { return m_p; }
     explicit operator bool() const noexcept { return m_p != nullptr; }
     /// Hands the reference to the caller.

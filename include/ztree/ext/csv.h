@@ -76,10 +76,10 @@ struct CsvError {
     std::uint64_t line = 0;   ///< where the column begins, from 1; line breaks inside quotes count
     unsigned column = 0;      ///< its number in the record, from 1
     std::uint64_t offset = 0; ///< where it begins, in bytes from the start of the file
-    CsvReason reason = CsvReason::missing;
-    unsigned short id = 0;      ///< of the field; 0 where the column has none
-    std::string_view text = {}; ///< the column's text; valid during the call
-    std::string_view name = {}; ///< its name in the header; empty without one
+    CsvReason reason = CsvReason::missing; ///< what is wrong
+    unsigned short id = 0;                 ///< of the field; 0 where the column has none
+    std::string_view text = {};            ///< the column's text; valid during the call
+    std::string_view name = {};            ///< its name in the header; empty without one
 };
 
 /// Reads records out of a file, a text or whatever delivers bytes.
@@ -96,6 +96,7 @@ public:
     /// Bytes read so far, and in all where that is known, else 0. Returns false to stop.
     using ProgressCall = bool (*)(void* context, std::uint64_t done, std::uint64_t total);
 
+    /// Takes a copy of the settings.
     explicit CsvReader(const varnik::ztree::csvBuffer& settings);
     CsvReader(const CsvReader&) = delete;
     CsvReader& operator=(const CsvReader&) = delete;
@@ -112,6 +113,7 @@ public:
     /// The field takes the column of this name. As soon as one name is given, columns count by name alone and
     /// readHeader() has to be called.
     int bind(unsigned short id, std::string_view name);
+    /// Called for each bad column; without it bad values are passed over.
     void onError(ErrorCall call, void* context) noexcept;
     template <class F> void onError(F& call) noexcept
     {
@@ -128,8 +130,11 @@ public:
 
     /// These begin anew. A path is UTF-8 on Linux, ANSI on Windows. The text has to stay.
     int openFile(const char* path);
+    /// Reads a text in memory.
     int openText(std::string_view text);
+    /// Reads what `source` delivers; total: bytes in all where they are known, for the progress call.
     int open(Source source, void* context, std::uint64_t total = 0);
+    /// Lets go of file and piece.
     void close() noexcept;
 
     // --- reading ---
@@ -156,12 +161,14 @@ public:
     /// Columns, as bytes of the file's code page without their quotes; valid until the next call. Empty for i
     /// outside [0, columns()).
     int columns() const noexcept;
+    /// Column i of the last record.
     std::string_view column(int i) const noexcept;
     std::uint64_t line() const noexcept;    ///< where it begins, from 1
     std::uint64_t offset() const noexcept;  ///< in bytes
     std::uint64_t records() const noexcept; ///< read so far, without the header
     /// Names of the header.
     int names() const noexcept;
+    /// Name i of the header; empty outside [0, names()).
     std::string_view name(int i) const noexcept;
 
 private:
@@ -180,6 +187,7 @@ public:
     /// Takes all bytes. Returns 0, or a system error.
     using Sink = unsigned (*)(void* context, const char* data, std::size_t bytes);
 
+    /// Takes a copy of the settings.
     explicit CsvWriter(const varnik::ztree::csvBuffer& settings);
     CsvWriter(const CsvWriter&) = delete;
     CsvWriter& operator=(const CsvWriter&) = delete;
@@ -188,7 +196,9 @@ public:
 
     /// The code page of the file; 65001 at first.
     int setCodepage(unsigned int codepage) noexcept;
+    /// Begins a file; a path as in CsvReader.
     int openFile(const char* path);
+    /// Begins writing to `sink`.
     int open(Sink sink, void* context);
     /// Texts as one line, in the file's code page; for a header, or for records without definitions.
     int writeTexts(const std::string_view* texts, int count);

@@ -33,9 +33,9 @@ namespace ztree {
 
 /// A calendar date; month and day from 1.
 struct CivilDate {
-    int year = 0;
-    unsigned month = 0;
-    unsigned day = 0;
+    int year = 0;       ///< all four digits
+    unsigned month = 0; ///< from 1
+    unsigned day = 0;   ///< from 1
 
     friend bool operator==(const CivilDate& a, const CivilDate& b)
     {
@@ -46,9 +46,9 @@ struct CivilDate {
 
 /// A time of day.
 struct CivilTime {
-    unsigned hour = 0;
-    unsigned minute = 0;
-    unsigned second = 0;
+    unsigned hour = 0;   ///< 0 to 23
+    unsigned minute = 0; ///< 0 to 59
+    unsigned second = 0; ///< 0 to 59
 
     friend bool operator==(const CivilTime& a, const CivilTime& b)
     {
@@ -226,6 +226,7 @@ inline int formatAmount(double value, zwchar* buffer, std::size_t size, bool gro
 // --- strings ---
 // Empty for an empty and for an invalid value.
 
+/// ulongTString as a string; empty for 0 and for a time that does not exist.
 inline std::string timeString(unsigned long time, const tagLocalFmt* fmt = nullptr)
 {
     char text[roomTime];
@@ -236,6 +237,7 @@ inline std::u16string timeString16(unsigned long time, const tagLocalFmt* fmt = 
     char text[roomTime];
     return detail::widen(text, ulongTString(time, text, fmt));
 }
+/// ulongDString as a string; empty for 0 and for a date that does not exist.
 inline std::string dateString(unsigned long date, const tagLocalFmt* fmt = nullptr)
 {
     char text[roomDate];
@@ -305,8 +307,8 @@ inline std::string isoDateTime(unsigned long date, unsigned long time)
 
 /// What an ISO 8601 text said.
 struct IsoDateTime {
-    CivilDate date;
-    CivilTime time;
+    CivilDate date;            ///< the day
+    CivilTime time;            ///< the time of day, without a fraction of the second
     std::optional<int> offset; ///< minutes east of Greenwich; nothing for local time
 };
 

@@ -10,21 +10,22 @@ namespace ztree {
 
 /// Why an expression has no value.
 enum class ExprError : unsigned char {
-    none,
+    none,             ///< it has one
     missingOperand,   ///< an operator, a parenthesis or the end stands where a value should
     missingOperator,  ///< two values without an operator between
     unbalanced,       ///< a parenthesis without its partner
     unknownCharacter, ///< a character that means nothing here
     overflow,         ///< a number or a result does not fit 32 bits
-    divisionByZero,
+    divisionByZero,   ///< a quotient or remainder by 0
 };
 
 /// A value, or the place and the reason of the first error.
 struct ExprResult {
-    int value = 0; ///< 0 with an error
-    ExprError error = ExprError::none;
+    int value = 0;                     ///< 0 with an error
+    ExprError error = ExprError::none; ///< why there is no value
     std::size_t position = 0; ///< with an error: byte offset of the character at fault, of the operator
                               ///< whose result has no value, or the text's length for a missing rest
+    /// True for a value.
     explicit operator bool() const noexcept { return error == ExprError::none; }
 };
 

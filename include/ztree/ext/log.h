@@ -24,6 +24,7 @@ namespace ztree {
 /// One argument, as it was given; texts are not copied.
 class LogValue {
 public:
+    /// Integers, bool, char, enums.
     template <class T, std::enable_if_t<std::is_integral_v<T> || std::is_enum_v<T>, int> = 0>
     LogValue(T value) noexcept : m_kind(kindOf<T>())
     {
@@ -32,6 +33,7 @@ public:
         else
             m_unsigned = static_cast<unsigned long long>(value);
     }
+    /// Numbers, texts (null is "(null)"), pointers.
     LogValue(double value) noexcept : m_kind(Kind::real), m_real(value) {}
     LogValue(float value) noexcept : m_kind(Kind::shortReal), m_real(value) {}
     LogValue(std::string_view text) noexcept : m_kind(Kind::text), m_text(text) {}
@@ -94,6 +96,7 @@ public:
     const char* data() const noexcept { return m_start; }
     int size() const noexcept { return static_cast<int>(m_at - m_start); }
 
+    /// Appends the pattern with its places filled.
     void format(std::string_view pattern, const LogValue* values, std::size_t count) noexcept
     {
         std::size_t used = 0;

@@ -15,6 +15,7 @@
 
 namespace ztree {
 
+/// A view of UTF-16 text.
 using WideView = std::basic_string_view<zwchar>;
 
 namespace detail {
@@ -84,7 +85,7 @@ inline ZStringW wide(std::u16string_view text)
 }
 
 // --- comparing and finding ---
-/// Equal bytes; the tag does not count. Below, 0 or above 0 for the order by units.
+/// Equal units; the tag does not count.
 inline bool equal(const ZString& a, const ZString& b) noexcept
 {
     return view(a) == view(b);
@@ -93,6 +94,7 @@ inline bool equal(const ZStringW& a, const ZStringW& b) noexcept
 {
     return view(a) == view(b);
 }
+/// Below 0, 0 or above 0 for the order by units.
 inline int compare(const ZString& a, const ZString& b) noexcept
 {
     return view(a).compare(view(b));

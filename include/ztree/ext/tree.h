@@ -84,6 +84,7 @@ using UnitOf = std::remove_cv_t<std::remove_pointer_t<decltype(std::declval<cons
 /// child list are left out. The branch must outlive the loop; children may change in it, their list not.
 template <class Branch> class Children {
 public:
+    /// Over the children of this branch.
     explicit Children(const Branch& branch) noexcept : m_branch(&branch) {}
 
     class iterator {
@@ -153,8 +154,10 @@ inline Children<ZTBranchW> children(const ZTBranchW& branch) noexcept
 /// branch must outlive the loop, its attributes must not change in it.
 template <class Branch> class BranchAttribs {
 public:
+    /// The unit of the texts.
     using Ch = detail::UnitOf<Branch>;
 
+    /// Over the attributes of this branch.
     explicit BranchAttribs(const Branch& branch) noexcept : m_branch(&branch) {}
     int size() const { return m_branch->getAttribCount(); }
 
@@ -192,6 +195,7 @@ public:
 private:
     const Branch* m_branch;
 };
+/// The attributes of a branch, to loop over.
 inline BranchAttribs<ZTBranch> attribs(const ZTBranch& branch) noexcept
 {
     return BranchAttribs<ZTBranch>(branch);
@@ -212,6 +216,7 @@ inline BranchAttribs<ZTBranchW> attribs(const ZTBranchW& branch) noexcept
 /// loop.
 template <class Branch> class Descendants {
 public:
+    /// Over all below this branch.
     explicit Descendants(const Branch& branch) noexcept : m_top(&branch) {}
 
     /// Levels below the branch of the walk: 1 for its children.
@@ -332,12 +337,12 @@ struct PathError {
 ///
 /// Conditions follow a name or `*` and hold in their order:
 ///
-/// | condition      | true for                                                                            |
-/// |----------------|-------------------------------------------------------------------------------------|
-/// | [n]            | the n-th, from 1, of those below one parent for which all before it holds; once a step
-/// | | [@a]  [@a='v'] | branches with the attribute; whose value is v                                       |
-/// | [name]  [name='v'] | branches with such a child; with such a child whose text is v                   |
-/// | [.='v']        | branches whose own text is v                                                        |
+/// | condition          | true for                                                             |
+/// |--------------------|----------------------------------------------------------------------|
+/// | [n]                | the n-th, from 1, below one parent that passes the rest; once a step |
+/// | [@a]  [@a='v']     | branches with the attribute; whose value is v                        |
+/// | [name]  [name='v'] | branches with such a child; with such a child whose text is v        |
+/// | [.='v']            | branches whose own text is v                                         |
 ///
 /// Values stand in quotes (' or ") and compare byte by byte. `..` goes by the parent that a branch knows:
 /// one put in with setChild() knows none until setParent().
@@ -345,12 +350,14 @@ struct PathError {
 /// No heap for paths up to some 300 bytes and 8 steps. Neither copied nor moved.
 class ZTREE_API Path {
 public:
+    /// Parses; ok() says whether that worked.
     explicit Path(std::string_view text) { parse(text.data(), text.size()); }
     Path(const Path&) = delete;
     Path& operator=(const Path&) = delete;
     ~Path();
     /// A path that is not ok finds nothing.
     bool ok() const noexcept { return m_error.column == 0; }
+    /// What is wrong with the path.
     const PathError& error() const noexcept { return m_error; }
     /// Whether it ends in an attribute.
     bool namesAttrib() const noexcept;
@@ -369,16 +376,18 @@ private:
 
 /// What a path names: a branch, or an attribute of it.
 struct PathMatch {
-    ZTBranch* branch = nullptr;
-    ZAttrib* attrib = nullptr; ///< null where the path ends in a branch
+    ZTBranch* branch = nullptr; ///< null without a match
+    ZAttrib* attrib = nullptr;  ///< null where the path ends in a branch
     explicit operator bool() const { return branch != nullptr; }
 };
 
 /// Where a path is applied: at a branch, or at the root of a tree.
 class PathStart {
 public:
+    /// At a branch, or at the root of a tree.
     PathStart(const ZTBranch& branch) noexcept : m_branch(&branch) {}
     PathStart(const ZTree& tree) : m_branch(tree.root()), m_root(m_branch) {}
+    /// Where the path begins; null for an empty tree.
     const ZTBranch* branch() const noexcept { return m_branch; }
     /// The root, where it is known.
     const ZTBranch* root() const noexcept { return m_root; }
@@ -390,8 +399,10 @@ private:
 /// The same for what changes the tree.
 class PathTarget : public PathStart {
 public:
+    /// At a branch, or at a tree, whose root may be made.
     PathTarget(ZTBranch& branch) noexcept : PathStart(branch) {}
     PathTarget(ZTree& tree) : PathStart(tree), m_tree(&tree) {}
+    /// The tree, where it is known.
     ZTree* tree() const noexcept { return m_tree; }
 
 private:
@@ -543,10 +554,15 @@ public:
     /// decimals: printed with the value, 0 to 255; below 0 as many as tell it from any other double.
     PathValue(double value, int decimals = -1) noexcept : m_type(6), m_decimals(decimals), m_double(value) {}
 
+    /// Type code of the branch, 4 to 7.
     int type() const noexcept { return m_type; }
+    /// The text of type 7.
     std::string_view text() const noexcept { return m_text; }
+    /// The number of types 4 and 5.
     long long integer() const noexcept { return m_integer; }
+    /// The number of type 6.
     double real() const noexcept { return m_double; }
+    /// Printed with it; below 0 as many as needed.
     int decimals() const noexcept { return m_decimals; }
 
 private:

@@ -9,7 +9,7 @@ namespace ztree {
 
 /// What made a document unreadable, or a tree unwritable.
 enum class XmlFault {
-    none,
+    none,         ///< all went well
     file,         ///< the file cannot be read or written; `system` has the code
     encoding,     ///< unknown encoding, or bytes that are no UTF-8, UTF-16 or ASCII
     character,    ///< a character that XML does not allow
@@ -25,12 +25,12 @@ enum class XmlFault {
 /// Where and why. Lines and columns count from 1, columns in characters; the offset counts bytes of the
 /// text as it was given, from 0 (of its UTF-8 form when it was given in another encoding).
 struct XmlError {
-    XmlFault fault = XmlFault::none;
-    int line = 0;
-    int column = 0;
-    std::size_t offset = 0;
-    unsigned int system = 0; ///< system code of a file error
-    char message[192] = {};  ///< a sentence in English, UTF-8
+    XmlFault fault = XmlFault::none; ///< what is wrong
+    int line = 0;                    ///< from 1
+    int column = 0;                  ///< from 1, in characters
+    std::size_t offset = 0;          ///< from 0
+    unsigned int system = 0;         ///< system code of a file error
+    char message[192] = {};          ///< a sentence in English, UTF-8
     explicit operator bool() const { return fault != XmlFault::none; }
 };
 
