@@ -33,6 +33,9 @@ install(TARGETS ztree ztree_faults EXPORT ztree
     ARCHIVE COMPONENT dev)
 install(EXPORT ztree NAMESPACE ztree:: FILE ztree-targets.cmake DESTINATION ${cmake_dir} COMPONENT dev)
 install(DIRECTORY include/ztree DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT dev FILES_MATCHING PATTERN "*.h")
+# How debuggers show the classes.
+install(FILES packaging/debug/ztree_gdb.py packaging/debug/ztree.natvis
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/ztree COMPONENT dev)
 
 configure_package_config_file(cmake/ztree-config.cmake.in ${PROJECT_BINARY_DIR}/ztree-config.cmake
     INSTALL_DESTINATION ${cmake_dir} NO_SET_AND_CHECK_MACRO)
