@@ -48,6 +48,14 @@ template <class Ch> int compareFolded(const Ch* a, const Ch* b) noexcept
             return difference;
     }
 }
+template <class Ch> int compareFolded(const Ch* a, int na, const Ch* b, int nb) noexcept
+{
+    for (int i = 0; i < na && i < nb; ++i)
+        if (a[i] != b[i])
+            if (const int difference = fold(a[i]) - fold(b[i]))
+                return difference;
+    return na - nb;
+}
 template <class Ch> bool equalFolded(const Ch* a, int na, const Ch* b, int nb) noexcept
 {
     if (na != nb)
@@ -67,6 +75,14 @@ int compareNames(const char* a, const char* b) noexcept
 int compareNames(const zwchar* a, const zwchar* b) noexcept
 {
     return compareFolded(a, b);
+}
+int compareNames(const char* a, int na, const char* b, int nb) noexcept
+{
+    return compareFolded(a, na, b, nb);
+}
+int compareNames(const zwchar* a, int na, const zwchar* b, int nb) noexcept
+{
+    return compareFolded(a, na, b, nb);
 }
 bool equalNames(const char* a, int na, const char* b, int nb) noexcept
 {

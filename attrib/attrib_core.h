@@ -14,6 +14,8 @@ namespace ztree_impl {
 /// above 127 to one below, so that hashes of folded names agree).
 int compareNames(const char* a, const char* b) noexcept;
 int compareNames(const zwchar* a, const zwchar* b) noexcept;
+int compareNames(const char* a, int na, const char* b, int nb) noexcept;
+int compareNames(const zwchar* a, int na, const zwchar* b, int nb) noexcept;
 bool equalNames(const char* a, int na, const char* b, int nb) noexcept;
 bool equalNames(const zwchar* a, int na, const zwchar* b, int nb) noexcept;
 

@@ -7,26 +7,12 @@
 
 #include <algorithm>
 #include <climits>
+#include <cstring>
 #include <string>
 
 namespace ztree_impl {
 
 namespace {
-
-/// How a name ranks by its first unit: a search ends behind an entry that ranks above the bound. Equal names
-/// rank alike.
-template <class Kind> struct Rank;
-template <> struct Rank<NarrowAttrib> {
-    // Kept: an unsorted search ends at first bytes above 127; callers get the same attribute as ever where
-    // such names stand in front.
-    static constexpr int unsorted = 127;
-    // Kept: a quick lower-casing, exact for letters only, so that a sorted search for letters ends at "_".
-    static int of(char c) noexcept { return static_cast<unsigned char>(c) | 0x20; }
-};
-template <> struct Rank<WideAttrib> {
-    static constexpr int unsorted = 32767; // Kept: as 127 for bytes
-    static int of(zwchar c) noexcept { return foldUnit(c); }
-};
 
 template <class Ch> bool isSpace(Ch c) noexcept
 {
@@ -99,8 +85,16 @@ private:
     {
         skip(delimiter);
         begin = m_at;
-        const Ch* found = std::char_traits<Ch>::find(m_at, static_cast<std::size_t>(m_end - m_at), delimiter);
-        m_at = end = found ? found : m_end;
+        // Names and values are short as a rule.
+        const Ch* const near = m_at + std::min<std::ptrdiff_t>(m_end - m_at, 12);
+        while (m_at < near && *m_at != delimiter)
+            ++m_at;
+        if (m_at == near && m_at < m_end) {
+            const Ch* found =
+                std::char_traits<Ch>::find(m_at, static_cast<std::size_t>(m_end - m_at), delimiter);
+            m_at = found ? found : m_end;
+        }
+        end = m_at;
         skip(delimiter);
         while (m_at < m_end && isSpace(*m_at))
             ++m_at;
@@ -188,12 +182,12 @@ template <class Kind> int AttribListCore<Kind>::find(const Ch* name) const noexc
 {
     if (!name)
         return -1;
-    const int rank = Rank<Kind>::of(*name);
-    const int bound = m_sorted ? rank : Rank<Kind>::unsorted;
+    const int rank = AttribRank<Kind>::of(*name);
+    const int bound = m_sorted ? rank : AttribRank<Kind>::unsorted;
     bool found = false;
     auto endsAt = [&](int i) {
         const Ch* other = nameOf(i);
-        const int otherRank = Rank<Kind>::of(*other);
+        const int otherRank = AttribRank<Kind>::of(*other);
         found = otherRank == rank && compareNames(other, name) == 0;
         return found || otherRank > bound;
     };
@@ -202,9 +196,10 @@ template <class Kind> int AttribListCore<Kind>::find(const Ch* name) const noexc
         // The index knows no entries at which a search ends: a list that has such ones is not indexed.
         auto enter = [&](int n, std::uint32_t& hash) {
             const Ch* own = nameOf(n);
-            const int before = n > 0 ? Rank<Kind>::of(*nameOf(n - 1)) : 0;
+            const int before = n > 0 ? AttribRank<Kind>::of(*nameOf(n - 1)) : 0;
             hash = hashOf(own);
-            return m_sorted ? Rank<Kind>::of(*own) >= before : Rank<Kind>::of(*own) <= Rank<Kind>::unsorted;
+            return m_sorted ? AttribRank<Kind>::of(*own) >= before
+                            : AttribRank<Kind>::of(*own) <= AttribRank<Kind>::unsorted;
         };
         i = names->find(size(), hashOf(name), enter, endsAt);
     } else {
@@ -242,58 +237,117 @@ template <class Kind> const typename Kind::Char* AttribListCore<Kind>::get(const
 
 namespace {
 // The first units of a name, folded: names in order have them in order.
-std::uint64_t headOf(const char* name) noexcept
+std::uint64_t headOf(const char* name, int n) noexcept
 {
-    std::uint64_t head = 0;
-    for (int shift = 56; shift >= 0 && *name; shift -= 8, ++name) {
-        const unsigned char u = static_cast<unsigned char>(*name);
-        head |= std::uint64_t{static_cast<unsigned char>(u - 0x41u < 26u ? u | 0x20 : u)} << shift;
+    std::uint64_t bytes = 0; // the first one lowest
+    if (n >= 8) {
+        std::memcpy(&bytes, name, 8);
+    } else if (n >= 4) {
+        std::uint32_t first, last;
+        std::memcpy(&first, name, 4);
+        std::memcpy(&last, name + n - 4, 4);
+        bytes = first | std::uint64_t{last} << (8 * (n - 4));
+    } else {
+        for (int i = 0; i < n; ++i)
+            bytes |= std::uint64_t{static_cast<unsigned char>(name[i])} << (8 * i);
     }
-    return head;
+    // All eight capitals at once: per byte, bit 7 of one sum says "at least A", of the other "beyond Z".
+    constexpr std::uint64_t ones = 0x0101010101010101U;
+    const std::uint64_t low = bytes & ones * 0x7F;
+    const std::uint64_t capitals =
+        ~bytes & ((low + ones * (0x80 - 'A')) ^ (low + ones * (0x7F - 'Z'))) & ones * 0x80;
+    return __builtin_bswap64(bytes | capitals >> 2);
 }
-std::uint64_t headOf(const zwchar* name) noexcept
+std::uint64_t headOf(const zwchar* name, int n) noexcept
 {
     std::uint64_t head = 0;
-    for (int shift = 48; shift >= 0 && *name; shift -= 16, ++name)
-        head |= static_cast<std::uint64_t>(foldUnit(*name)) << shift;
+    for (int i = 0; i < 4 && i < n; ++i)
+        head |= static_cast<std::uint64_t>(foldUnit(name[i])) << (48 - 16 * i);
     return head;
 }
-} // namespace
 
-// Few attributes, as elements have them, without a comparison through the class. False, and nothing done, for
-// many and for names that are equal: their order is what sorting of any objects makes of it.
-template <class Kind> bool AttribListCore<Kind>::sortFew() noexcept
-{
-    constexpr int few = 16;
-    struct Entry {
-        std::uint64_t head;
-        const Ch* name;
-        const void* attrib;
-    };
-    const int count = size();
-    if (count > few)
-        return false;
-    Entry sorted[few];
-    for (int i = 0; i < count; ++i) {
-        const Entry entry = {headOf(nameOf(i)), nameOf(i), m_entries.at(i)};
-        int to = i;
+// Sorts few names as they come in. False when one equals another: the order of equal ones is what sorting of
+// any objects makes of it.
+template <class Ch> class FewNames {
+public:
+    static constexpr int most = 16;
+    bool insert(const Ch* name, int length) noexcept
+    {
+        const Entry entry = {headOf(name, length), name, length, m_count};
+        int to = m_count;
         for (; to > 0; --to) {
-            const Entry& before = sorted[to - 1];
-            const int order = before.head != entry.head ? (before.head < entry.head ? -1 : 1)
-                                                        : compareNames(before.name, entry.name);
+            const Entry& before = m_sorted[to - 1];
+            const int order = before.head != entry.head
+                                  ? (before.head < entry.head ? -1 : 1)
+                                  : compareNames(before.name, before.length, entry.name, entry.length);
             if (order == 0)
                 return false;
             if (order < 0)
                 break;
-            sorted[to] = before;
+            m_sorted[to] = before;
         }
-        sorted[to] = entry;
+        m_sorted[to] = entry;
+        ++m_count;
+        return true;
+    }
+    /// Which one to come in stands at place i.
+    int at(int i) const noexcept { return m_sorted[i].number; }
+
+private:
+    struct Entry {
+        std::uint64_t head;
+        const Ch* name;
+        int length;
+        int number;
+    };
+    Entry m_sorted[most];
+    int m_count = 0;
+};
+} // namespace
+
+// Few attributes, as elements have them, without a comparison through the class. False, and nothing done, for
+// many and for names that are equal.
+template <class Kind> bool AttribListCore<Kind>::sortFew() noexcept
+{
+    FewNames<Ch> names;
+    const void* before[names.most];
+    const int count = size();
+    if (count > names.most)
+        return false;
+    for (int i = 0; i < count; ++i) {
+        before[i] = m_entries.at(i);
+        const auto* impl = AttribCore<Kind>::of(*at(i));
+        if (!names.insert(nameOf(i), impl ? impl->name.length : 0))
+            return false;
     }
     for (int i = 0; i < count; ++i)
-        m_entries.entries()[i] = sorted[i].attrib;
+        m_entries.entries()[i] = before[names.at(i)];
     m_entries.setOrdered(count);
     return true;
 }
+
+template <class Kind>
+int sortedPieces(const typename Kind::Char* text, int n, AttribPiece<typename Kind::Char>* pieces) noexcept
+{
+    using Ch = typename Kind::Char;
+    static_assert(FewNames<Ch>::most == fewAttribs, "what a caller has room for");
+    FewNames<Ch> names;
+    AttribPiece<Ch> unsorted[names.most];
+    int count = 0;
+    for (Scanner<Ch> scanner(text, n); scanner.hasMore(); ++count) {
+        scanner.next();
+        const int length = static_cast<int>(scanner.nameEnd - scanner.name);
+        if (count == names.most || length < 1 || !names.insert(scanner.name, length))
+            return -1;
+        unsorted[count] = {scanner.name, length, scanner.value,
+                           static_cast<int>(scanner.valueEnd - scanner.value)};
+    }
+    for (int i = 0; i < count; ++i)
+        pieces[i] = unsorted[names.at(i)];
+    return count;
+}
+template int sortedPieces<NarrowAttrib>(const char*, int, AttribPiece<char>*) noexcept;
+template int sortedPieces<WideAttrib>(const zwchar*, int, AttribPiece<zwchar>*) noexcept;
 
 template <class Kind> int AttribListCore<Kind>::sort()
 {

@@ -7,6 +7,21 @@
 
 namespace ztree_impl {
 
+/// How a name ranks by its first unit: a search ends behind an entry that ranks above the bound. Equal names
+/// rank alike.
+template <class Kind> struct AttribRank;
+template <> struct AttribRank<NarrowAttrib> {
+    // Kept: an unsorted search ends at first bytes above 127; callers get the same attribute as ever where
+    // such names stand in front.
+    static constexpr int unsorted = 127;
+    // Kept: a quick lower-casing, exact for letters only, so that a sorted search for letters ends at "_".
+    static int of(char c) noexcept { return static_cast<unsigned char>(c) | 0x20; }
+};
+template <> struct AttribRank<WideAttrib> {
+    static constexpr int unsorted = 32767; // Kept: as 127 for bytes
+    static int of(zwchar c) noexcept { return foldUnit(c); }
+};
+
 template <class Kind> class AttribListCore : public platform::HeapObject {
 public:
     using Ch = typename Kind::Char;
@@ -63,6 +78,34 @@ private:
 
 extern template class AttribListCore<NarrowAttrib>;
 extern template class AttribListCore<WideAttrib>;
+
+/// An attribute inside a text: texts without terminator, empty ones with length 0.
+template <class Ch> struct AttribPiece {
+    const Ch* name;
+    int nameLength;
+    const Ch* value;
+    int valueLength;
+};
+constexpr int fewAttribs = 16;
+/// What parse() and sort() of a list make of n units, without a list; room for fewAttribs pieces. -1 when
+/// there are more, one has no name, or two names are equal: only a list knows their order.
+template <class Kind>
+int sortedPieces(const typename Kind::Char* text, int n, AttribPiece<typename Kind::Char>* pieces) noexcept;
+/// The index at which a search for a name in sorted attributes finds it, else -1. nameOf(i) gives the names.
+template <class Kind, class NameOf>
+int findSorted(const typename Kind::Char* name, int count, NameOf nameOf) noexcept
+{
+    const int rank = AttribRank<Kind>::of(*name);
+    for (int i = 0; i < count; ++i) {
+        const typename Kind::Char* other = nameOf(i);
+        const int otherRank = AttribRank<Kind>::of(*other);
+        if (otherRank == rank && compareNames(other, name) == 0)
+            return i;
+        if (otherRank > rank)
+            break;
+    }
+    return -1;
+}
 
 } // namespace ztree_impl
 

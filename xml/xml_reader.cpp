@@ -188,8 +188,7 @@ const typename Kind::Char* XmlReaderCore<Kind>::position(unsigned long* offset) 
 // An element whose content is being read.
 template <class Kind> struct XmlReaderCore<Kind>::Open {
     Tag* element;
-    const Ch* tag;
-    const Ch* tagEnd;
+    bool special;   // a declaration or a processing instruction
     const Ch* text; // the characters counted as its text; in pieces when an empty
                     // tag stood between
     int textLength;
@@ -221,77 +220,95 @@ template <class Kind> bool XmlReaderCore<Kind>::load(bool sort, bool restart)
 // `at` stands behind the "<" that begins the element, or on another one.
 template <class Kind> typename Kind::Tag* XmlReaderCore<Kind>::parseElement(const Ch*& at, const Ch* end)
 {
+    enum class Begun { nothing, element, leaf, specialLeaf };
     platform::WorkStack<Open> open;
     Tag* root = nullptr;
-    auto begin = [&](Tag* parent) -> bool {
+    auto begin = [&](Tag* parent) {
         if (at < end && *at == '<')
             ++at;
         const Ch* tag = at;
         const Ch* tagEnd = findUnit(at, end, '>');
         at = tagEnd < end ? tagEnd + 1 : end;
         if (tag == tagEnd)
-            return false;
-        const Ch* nameEnd = tag; // about; a name that needs more gets a block of its own
-        while (nameEnd < tagEnd && !isXmlSpace(*nameEnd))
-            ++nameEnd;
-        Tag* element = Core::create(static_cast<int>(std::min<std::ptrdiff_t>(nameEnd - tag, 255)));
-        bool listed = false;
+            return Begun::nothing;
+        // An element with nothing but text in it is complete at once, in one block.
+        bool leaf = tagEnd[-1] == '/';
+        const Ch* text = at;
+        int textLength = 0;
+        if (!leaf) {
+            const Ch* mark = findUnit(at, end, '<');
+            if (end - mark > 1 && mark[1] == '/') {
+                leaf = true;
+                textLength = static_cast<int>(mark - at);
+                at = findUnit(mark, end, '>');
+                if (at < end)
+                    ++at;
+            }
+        }
+        Tag* element = nullptr;
+        const TagParts<Kind> parts(tag, static_cast<int>(tagEnd - tag));
         try {
+            element = Core::create(parts, textLength);
             if (parent)
                 Core::of(element)->appendTo(parent);
-            listed = parent != nullptr;
-            if (!open.push({element, tag, tagEnd, at, 0, false, false}))
-                throw structExcept(ztree::errMemory);
+            else
+                root = element;
         } catch (...) {
-            if (!listed)
-                delete element;
+            delete element;
             throw;
         }
-        return true;
+        Core::of(element)->complete(parts);
+        const bool special = *tag == '!' || *tag == '?';
+        if (leaf) {
+            if (textLength)
+                setContent(*Core::of(element), text, textLength);
+            return special ? Begun::specialLeaf : Begun::leaf;
+        }
+        if (!open.push({element, special, at, 0, false, false}))
+            throw structExcept(ztree::errMemory);
+        return Begun::element;
     };
-    try {
-        if (!begin(nullptr))
-            return nullptr;
-        root = open.top().element;
+    // What the end of an element means to those around it.
+    auto ended = [&](bool special) {
         while (!open.empty()) {
-            Open& element = open.top();
-            bool ends = element.tagEnd[-1] == '/';
-            while (!ends) {
-                const Ch* mark = findUnit(at, end, '<');
-                if (!element.hasChild && mark > at) {
-                    if (element.textLength && element.text + element.textLength != at)
-                        element.inPieces = true;
-                    if (!element.textLength)
-                        element.text = at;
-                    element.textLength += static_cast<int>(mark - at);
-                }
-                at = mark;
-                if (at == end) {
-                    ends = true;
-                } else if (at + 1 < end && at[1] == '/') {
-                    at = findUnit(at, end, '>');
-                    if (at < end)
-                        ++at;
-                    ends = true;
-                } else if (begin(element.element)) {
-                    break; // into the child
-                }
-            }
-            if (!ends)
-                continue;
-            for (Open done = element;; done = open.top()) {
-                finishElement(done);
-                open.pop();
-                if (open.empty())
-                    break;
-                // Kept: near the root a declaration ends the content of the element
-                // around it, and does not count as its child.
-                const bool special = *done.tag == '!' || *done.tag == '?';
-                if (special && open.size() <= 2)
-                    continue;
+            // Kept: near the root a declaration ends the content of the element
+            // around it, and does not count as its child.
+            if (!special || open.size() > 2) {
                 open.top().hasChild = true;
                 break;
             }
+            special = open.top().special;
+            finishElement(open.top());
+            open.pop();
+        }
+    };
+    try {
+        if (begin(nullptr) == Begun::nothing)
+            return nullptr;
+        while (!open.empty()) {
+            Open& element = open.top();
+            const Ch* mark = findUnit(at, end, '<');
+            if (!element.hasChild && mark > at) {
+                if (element.textLength && element.text + element.textLength != at)
+                    element.inPieces = true;
+                if (!element.textLength)
+                    element.text = at;
+                element.textLength += static_cast<int>(mark - at);
+            }
+            at = mark;
+            if (at == end || (end - at > 1 && at[1] == '/')) {
+                at = findUnit(at, end, '>');
+                if (at < end)
+                    ++at;
+                const bool special = element.special;
+                finishElement(element);
+                open.pop();
+                ended(special);
+                continue;
+            }
+            const Begun begun = begin(element.element);
+            if (begun == Begun::leaf || begun == Begun::specialLeaf)
+                ended(begun == Begun::specialLeaf);
         }
     } catch (...) {
         delete root;
@@ -302,11 +319,8 @@ template <class Kind> typename Kind::Tag* XmlReaderCore<Kind>::parseElement(cons
 
 template <class Kind> void XmlReaderCore<Kind>::finishElement(const Open& open)
 {
-    Core& element = *Core::of(open.element);
-    element.setData(open.tag, static_cast<int>(open.tagEnd - open.tag));
     if (open.hasChild || !open.textLength)
         return;
-    static const Ch pre[] = {'P', 'r', 'e', 0};
     const Ch* text = open.text;
     platform::HeapPtr<Ch> joined;
     if (open.inPieces) {
@@ -324,28 +338,29 @@ template <class Kind> void XmlReaderCore<Kind>::finishElement(const Open& open)
         }
         text = joined.get();
     }
-    if (element.attrib(pre))
-        element.setText(text, open.textLength);
-    else
-        setDecoded(element, text, open.textLength);
+    setContent(*Core::of(open.element), text, open.textLength);
 }
 
-template <class Kind> void XmlReaderCore<Kind>::setDecoded(Core& element, const Ch* text, int n)
+template <class Kind> void XmlReaderCore<Kind>::setContent(Core& element, const Ch* text, int n)
 {
+    static const Ch pre[] = {'P', 'r', 'e', 0};
     const Ch* end = text + n;
-    while (text < end && isXmlSpace(*text))
+    const bool exact = element.attribCount() && element.attrib(pre);
+    while (!exact && text < end && isXmlSpace(*text))
         ++text;
-    while (text < end && isXmlSpace(end[-1]))
+    while (!exact && text < end && isXmlSpace(end[-1]))
         --end;
     if (text == end)
         return;
-    platform::HeapPtr<Ch> block(platform::allocArray<Ch>(static_cast<std::size_t>(end - text) + 1));
-    if (!block)
-        throw structExcept(ztree::errMemory);
-    Ch* out = block.get();
+    const int room = static_cast<int>(end - text);
+    Ch* const place = element.textPlace(room);
+    Ch* out = place;
+    const Ch* amp = exact ? end : findUnit(text, end, '&');
     for (;;) {
-        const Ch* amp = findUnit(text, end, '&');
-        out = std::copy(text, amp, out);
+        ztree_impl::copyText(out, text, static_cast<std::size_t>(amp - text) * sizeof(Ch));
+        out += amp - text;
+        if (amp == end)
+            break;
         const Ch* semicolon = findUnit(amp, end, ';');
         if (semicolon == end) {
             out = std::copy(amp, end, out);
@@ -364,9 +379,9 @@ template <class Kind> void XmlReaderCore<Kind>::setDecoded(Core& element, const 
             *out++ = '"';
         else
             out = std::copy(amp, text, out);
+        amp = findUnit(text, end, '&');
     }
-    *out = 0;
-    element.takeText(block.release());
+    element.textTaken(place, static_cast<int>(out - place));
 }
 
 // --- looking up ---
@@ -408,52 +423,27 @@ typename Kind::Tag* XmlReaderCore<Kind>::findNextChild(const Tag* parent, const 
 // --- to a tree ---
 
 template <class Kind>
-typename XmlReaderCore<Kind>::Branch* XmlReaderCore<Kind>::makeBranch(const Core& element) const
+typename XmlReaderCore<Kind>::Branch* XmlReaderCore<Kind>::makeBranch(const Core& element, Batch& batch)
 {
     using BranchOf = BranchCore<typename Kind::TreeKind>;
-    const Ch* name = element.name();
-    const int nameLength = name ? textLength(name) : 0;
+    static const Ch none = 0;
+    const Ch* name = element.name() ? element.name() : &none;
+    const int nameLength = element.nameLength();
     const bool plain = findUnit(name, name + nameLength, '(') == name + nameLength;
-    const int valueRoom =
-        element.childCount() == 0 && element.text()
-            ? static_cast<int>(static_cast<std::size_t>(textLength(element.text())) * sizeof(Ch))
-            : 0;
-    // Usual attributes come into the branch's block.
-    constexpr int most = 32;
-    typename BranchOf::AttribTexts texts[most];
-    const auto* list = element.attribsOrNull();
-    const int count = list ? list->size() : 0;
-    std::size_t units = 0;
-    bool inBlock = plain && count <= most;
-    for (int i = 0; i < count && inBlock; ++i) {
-        const Ch* attribName = list->nameAt(i);
-        const Ch* value = list->dataAt(i);
-        texts[i] = {attribName, attribName ? textLength(attribName) : 0, value,
-                    value ? textLength(value) : 0};
-        units +=
-            static_cast<std::size_t>(texts[i].nameLength) + static_cast<std::size_t>(texts[i].valueLength);
-        inBlock = texts[i].nameLength > 0 && units <= BranchOf::mostAttribUnits;
+    const int valueRoom = element.childCount() == 0
+                              ? static_cast<int>(static_cast<std::size_t>(element.textLength()) * sizeof(Ch))
+                              : 0;
+    batch.clear();
+    for (int i = 0; i < element.attribCount(); ++i) {
+        const auto attrib = element.attribAt(i);
+        batch.add(attrib.name, attrib.nameLength, attrib.value, attrib.valueLength);
     }
-    Branch* branch = BranchOf::create(plain ? name : nullptr, plain ? nameLength : 0, valueRoom, texts,
-                                      inBlock ? count : 0);
+    Branch* branch = batch.make(plain ? name : &none, plain ? nameLength : 0, valueRoom);
     try {
-        auto& impl = *BranchOf::of(branch);
         if (!plain)
-            impl.setName(name);
+            BranchOf::of(branch)->setName(name);
         if (valueRoom)
-            impl.setBytes(element.text(), valueRoom);
-        for (int i = 0; i < count && !inBlock; ++i) {
-            const Ch* attribName = list->nameAt(i);
-            const Ch* value = list->dataAt(i);
-            auto* attrib = newAttrib(attribName, attribName ? textLength(attribName) : 0, value,
-                                     value ? textLength(value) : 0);
-            try {
-                impl.adoptAttrib(attrib);
-            } catch (...) {
-                delete attrib;
-                throw;
-            }
-        }
+            BranchOf::of(branch)->setBytes(element.text(), valueRoom);
     } catch (...) {
         delete branch;
         throw;
@@ -471,7 +461,8 @@ typename XmlReaderCore<Kind>::Branch* XmlReaderCore<Kind>::convert(const Tag& ro
         int next;
     };
     platform::WorkStack<Step> way;
-    Branch* top = makeBranch(*Core::of(&root));
+    Batch batch;
+    Branch* top = makeBranch(*Core::of(&root), batch);
     try {
         if (!way.push({&root, top, 0}))
             throw structExcept(ztree::errMemory);
@@ -485,7 +476,7 @@ typename XmlReaderCore<Kind>::Branch* XmlReaderCore<Kind>::convert(const Tag& ro
             const Tag* child = element.child(step.next++);
             if (!child)
                 continue;
-            Branch* branch = makeBranch(*Core::of(child));
+            Branch* branch = makeBranch(*Core::of(child), batch);
             try {
                 BranchOf::of(step.branch)->adopt(branch);
             } catch (...) {

@@ -1,6 +1,7 @@
 #pragma once
 // The one body behind ZXmlReader and ZXmlReaderW.
 
+#include "tree/attrib_batch.h"
 #include "xml/xml_tag.h"
 
 namespace ztree_impl {
@@ -37,9 +38,10 @@ private:
     int setBytes(const char* bytes, std::size_t n, unsigned codepage);
     Tag* parseElement(const Ch*& at, const Ch* end);
     void finishElement(const Open& open);
-    void setDecoded(Core& element, const Ch* text, int n);
+    static void setContent(Core& element, const Ch* text, int n);
     Branch* convert(const Tag& root) const;
-    Branch* makeBranch(const Core& element) const;
+    using Batch = AttribBatch<typename Kind::TreeKind>;
+    static Branch* makeBranch(const Core& element, Batch& batch);
 
     Ch* m_data = nullptr;
     int m_length = 0;

@@ -26,43 +26,131 @@ template <class Kind> void XmlTagCore<Kind>::dispose(Impl* impl) noexcept
         delete impl;
 }
 
-template <class Kind> typename Kind::Tag* XmlTagCore<Kind>::create(int nameRoom)
+template <class Kind> TagParts<Kind>::TagParts(const Ch* tag, int n) noexcept
+{
+    const Ch* end = tag + n;
+    if (tag < end && end[-1] == '/') {
+        --end;
+        kind = 2;
+    }
+    while (tag < end && isXmlSpace(*tag))
+        ++tag;
+    while (tag < end && isXmlSpace(end[-1]))
+        --end;
+    const Ch* nameEnd = tag;
+    while (nameEnd < end && !isXmlSpace(*nameEnd))
+        ++nameEnd;
+    attribs = nameEnd;
+    while (attribs < end && isXmlSpace(*attribs))
+        ++attribs;
+    attribsLength = static_cast<int>(end - attribs);
+    if (tag < nameEnd) {
+        if (*tag == '/') {
+            ++tag;
+            kind = 1;
+        } else if (*tag == '!' || *tag == '?') {
+            kind = 3;
+        }
+    }
+    name = tag;
+    nameLength = static_cast<int>(nameEnd - tag);
+}
+template struct TagParts<NarrowXml>;
+template struct TagParts<WideXml>;
+
+template <class Kind> typename Kind::Tag* XmlTagCore<Kind>::create(const TagParts<Kind>& parts, int textRoom)
 {
     static_assert(sizeof(Tag) % alignof(Impl) == 0, "the implementation follows the public object");
-    const int room = std::min(nameRoom, 255);
+    constexpr int mostName = 255;
+    constexpr std::size_t mostAttribUnits = 32768;
+    AttribPiece<Ch> pieces[fewAttribs];
+    int count = parts.attribsLength
+                    ? sortedPieces<typename Kind::AttribKind>(parts.attribs, parts.attribsLength, pieces)
+                    : 0;
+    std::size_t attribUnits = 0;
+    for (int i = 0; i < count; ++i)
+        attribUnits += static_cast<std::size_t>(pieces[i].nameLength) +
+                       static_cast<std::size_t>(pieces[i].valueLength) + 2;
+    if (count < 0 || attribUnits > mostAttribUnits) {
+        count = 0;
+        attribUnits = 0;
+    }
+    const int nameRoom = parts.nameLength <= mostName ? parts.nameLength : 0;
+    const std::size_t spots = static_cast<std::size_t>(count);
+    const std::size_t textAt = static_cast<std::size_t>(nameRoom) + 1 + attribUnits;
+    if (textRoom > mostTextRoom)
+        textRoom = 0;
     char* block = static_cast<char*>(
-        platform::heapAlloc(sizeof(Tag) + sizeof(Impl) + (static_cast<std::size_t>(room) + 1) * sizeof(Ch)));
+        platform::heapAlloc(sizeof(Tag) + sizeof(Impl) + spots * sizeof(Spot) +
+                            (textAt + (textRoom ? static_cast<std::size_t>(textRoom) + 1 : 0)) * sizeof(Ch)));
     if (!block)
         throw structExcept(ztree::errMemory);
     void* place = block + sizeof(Tag);
     Tag* tag = ::new (static_cast<void*>(block)) Tag(*static_cast<Impl*>(place));
     Impl* impl = ::new (place) Impl(tag);
+    impl->m_kind = static_cast<std::int8_t>(parts.kind);
     impl->m_inBlock = true;
-    impl->m_nameRoom = static_cast<unsigned char>(room);
+    impl->m_nameRoom = static_cast<std::uint8_t>(nameRoom);
+    impl->m_spots = impl->m_spotRoom = static_cast<std::uint8_t>(count);
+    impl->m_textAt = static_cast<std::uint16_t>(textAt);
+    impl->m_textRoom = static_cast<std::uint16_t>(textRoom);
+    if (nameRoom)
+        impl->setName(parts.name, parts.nameLength);
+    Ch* const units = impl->units();
+    std::size_t at = static_cast<std::size_t>(nameRoom) + 1;
+    auto put = [&](const Ch* text, int n, std::uint16_t& to, std::uint16_t& length) {
+        to = n ? static_cast<std::uint16_t>(at) : std::uint16_t{0};
+        length = static_cast<std::uint16_t>(n);
+        copyText(units + at, text, static_cast<std::size_t>(n) * sizeof(Ch));
+        at += static_cast<std::size_t>(n);
+        units[at++] = 0;
+    };
+    for (int i = 0; i < count; ++i) {
+        Spot& spot = const_cast<Spot&>(impl->spots()[i]);
+        put(pieces[i].name, pieces[i].nameLength, spot.name, spot.nameLength);
+        put(pieces[i].value, pieces[i].valueLength, spot.value, spot.valueLength);
+    }
     return tag;
+}
+
+template <class Kind> void XmlTagCore<Kind>::complete(const TagParts<Kind>& parts)
+{
+    if (!m_name)
+        setName(parts.name, parts.nameLength);
+    if (parts.attribsLength && !m_spots)
+        parseAttribs(parts.attribs, parts.attribsLength);
 }
 
 template <class Kind> void XmlTagCore<Kind>::dropName() noexcept
 {
-    if (!m_nameRoom || m_name != nameRoom())
+    if (!m_inBlock || m_name != units())
         platform::heapFree(m_name);
     m_name = nullptr;
+    m_nameLength = 0;
+}
+
+template <class Kind> void XmlTagCore<Kind>::dropText() noexcept
+{
+    if (!m_textRoom || m_text != units() + m_textAt)
+        platform::heapFree(m_text);
+    m_text = nullptr;
+    m_textLength = 0;
 }
 
 template <class Kind> void XmlTagCore<Kind>::setName(const Ch* name, int n)
 {
-    if (name && n > 0 && n <= m_nameRoom && name != m_name) {
-        if (m_name != nameRoom())
-            dropName();
-        std::copy_n(name, n, nameRoom());
-        nameRoom()[n] = 0;
-        m_name = nameRoom();
-        return;
-    }
     Ch* fresh = nullptr;
-    put(fresh, name, n);
+    if (name && n > 0) {
+        const bool fits = n <= m_nameRoom && m_name != units();
+        fresh = fits ? units() : duplicate(name, n);
+        if (fits) {
+            copyText(fresh, name, static_cast<std::size_t>(n) * sizeof(Ch));
+            fresh[n] = 0;
+        }
+    }
     dropName();
     m_name = fresh;
+    m_nameLength = fresh ? n : 0;
 }
 
 // Elements die one by one from a list that they form through their parent
@@ -81,7 +169,7 @@ template <class Kind> XmlTagCore<Kind>::~XmlTagCore()
         *list = dead;
     }
     dropName();
-    platform::heapFree(m_text);
+    dropText();
     delete m_attribs;
     if (m_dying)
         return;
@@ -102,36 +190,98 @@ template <class Kind> XmlTagCore<Kind>::~XmlTagCore()
 
 template <class Kind> int XmlTagCore<Kind>::lengthOf(const Ch* text)
 {
-    return textLength(text);
+    return ::textLength(text);
 }
 
-template <class Kind> void XmlTagCore<Kind>::put(Ch*& field, const Ch* text, int n)
+template <class Kind> typename Kind::Char* XmlTagCore<Kind>::duplicate(const Ch* text, int n)
 {
-    Ch* copy = nullptr;
-    if (text && n > 0) {
-        copy = platform::allocArray<Ch>(static_cast<std::size_t>(n) + 1);
-        if (!copy)
-            throw structExcept(ztree::errMemory);
-        std::copy_n(text, n, copy);
-        copy[n] = 0;
+    Ch* copy = platform::allocArray<Ch>(static_cast<std::size_t>(n) + 1);
+    if (!copy)
+        throw structExcept(ztree::errMemory);
+    std::copy_n(text, n, copy);
+    copy[n] = 0;
+    return copy;
+}
+
+template <class Kind> void XmlTagCore<Kind>::setText(const Ch* text, int n)
+{
+    Ch* copy = text && n > 0 ? duplicate(text, n) : nullptr;
+    dropText();
+    m_text = copy;
+    m_textLength = copy ? n : 0;
+}
+
+template <class Kind> typename Kind::Char* XmlTagCore<Kind>::textPlace(int n)
+{
+    if (n <= m_textRoom && !m_text)
+        return units() + m_textAt;
+    Ch* block = platform::allocArray<Ch>(static_cast<std::size_t>(n) + 1);
+    if (!block)
+        throw structExcept(ztree::errMemory);
+    return block;
+}
+
+template <class Kind> void XmlTagCore<Kind>::textTaken(Ch* place, int n) noexcept
+{
+    if (m_text)
+        dropText();
+    place[n] = 0;
+    m_text = place;
+    m_textLength = n;
+}
+
+template <class Kind> AttribPiece<typename Kind::Char> XmlTagCore<Kind>::attribAt(int i) const noexcept
+{
+    if (m_attribs) {
+        const auto* impl = AttribCore<typename Kind::AttribKind>::of(
+            *AttribListCore<typename Kind::AttribKind>::of(*m_attribs)->at(i));
+        if (!impl)
+            return {nullptr, 0, nullptr, 0};
+        return {impl->name.text, impl->name.length, impl->value.text, impl->value.length};
     }
-    platform::heapFree(field);
-    field = copy;
+    const Spot& spot = spots()[i];
+    return {units() + spot.name, spot.nameLength, spot.value ? units() + spot.value : nullptr,
+            spot.valueLength};
 }
 
-template <class Kind> void XmlTagCore<Kind>::takeText(Ch* block) noexcept
+template <class Kind> const typename Kind::Char* XmlTagCore<Kind>::attrib(const Ch* name) const noexcept
 {
-    platform::heapFree(m_text);
-    m_text = block;
+    if (m_attribs)
+        return m_attribs->getAttrib(name);
+    if (!name || !m_spots)
+        return nullptr;
+    const int found = findSorted<typename Kind::AttribKind>(
+        name, m_spots, [this](int i) { return units() + spots()[i].name; });
+    return found < 0 ? nullptr : attribAt(found).value;
 }
 
 template <class Kind> typename Kind::AttribList& XmlTagCore<Kind>::attribs()
 {
-    if (!m_attribs)
-        m_attribs = new AttribList;
-    if (!m_attribs)
+    if (m_attribs)
+        return *m_attribs;
+    AttribList* list = new AttribList;
+    if (!list)
         throw structExcept(ztree::errMemory);
+    try {
+        for (int i = 0; i < m_spots; ++i) {
+            const AttribPiece<Ch> attrib = attribAt(i);
+            list->addAttrib(attrib.name, attrib.value);
+        }
+        if (m_spots)
+            list->sort();
+    } catch (...) {
+        delete list;
+        throw;
+    }
+    m_attribs = list;
     return *m_attribs;
+}
+
+template <class Kind> void XmlTagCore<Kind>::parseAttribs(const Ch* text, int n)
+{
+    auto& list = *AttribListCore<typename Kind::AttribKind>::of(attribs());
+    list.parse(text, n);
+    list.sort();
 }
 
 template <class Kind> void XmlTagCore<Kind>::share(const XmlTagCore& other)
@@ -140,12 +290,12 @@ template <class Kind> void XmlTagCore<Kind>::share(const XmlTagCore& other)
         return;
     setName(other.m_name);
     setText(other.m_text);
-    if (other.m_attribs || m_attribs) {
+    if (other.attribCount() || m_attribs || m_spots) {
         // The attributes are the copy's own.
         AttribList& list = attribs();
         list.removeAllAttribs();
-        for (int i = 0; other.m_attribs && i < other.m_attribs->size(); ++i)
-            list.addAttrib(other.m_attribs->nameAt(i), other.m_attribs->dataAt(i));
+        for (int i = 0; i < other.attribCount(); ++i)
+            list.addAttrib(other.attribAt(i).name, other.attribAt(i).value);
     }
     // Kept: the children are shared, and both elements delete those they still
     // hold.
@@ -305,45 +455,19 @@ template <class Kind> int XmlTagCore<Kind>::sortChildren()
 template <class Kind> int XmlTagCore<Kind>::setData(const Ch* tag, int n)
 {
     dropName();
-    put(m_text, nullptr, 0);
-    if (m_attribs) {
-        delete m_attribs;
-        m_attribs = nullptr;
-    }
+    dropText();
+    delete m_attribs;
+    m_attribs = nullptr;
+    m_spots = 0;
     m_kind = 0;
     m_sorted = false;
     if (!tag)
         return 0;
-    const Ch* end = tag + n;
-    if (tag < end && end[-1] == '/') {
-        --end;
-        m_kind = 2;
-    }
-    while (tag < end && isXmlSpace(*tag))
-        ++tag;
-    while (tag < end && isXmlSpace(end[-1]))
-        --end;
-    const Ch* nameEnd = tag;
-    while (nameEnd < end && !isXmlSpace(*nameEnd))
-        ++nameEnd;
-    const Ch* rest = nameEnd;
-    while (rest < end && isXmlSpace(*rest))
-        ++rest;
-    if (tag < nameEnd) {
-        if (*tag == '/') {
-            ++tag;
-            m_kind = 1;
-        } else if (*tag == '!' || *tag == '?') {
-            m_kind = 3;
-        }
-    }
-    setName(tag, static_cast<int>(nameEnd - tag));
-    if (rest < end) {
-        AttribListCore<typename Kind::AttribKind>& list =
-            *AttribListCore<typename Kind::AttribKind>::of(attribs());
-        list.parse(rest, static_cast<int>(end - rest));
-        list.sort();
-    }
+    const TagParts<Kind> parts(tag, n);
+    m_kind = static_cast<std::int8_t>(parts.kind);
+    setName(parts.name, parts.nameLength);
+    if (parts.attribsLength)
+        parseAttribs(parts.attribs, parts.attribsLength);
     return 0;
 }
 

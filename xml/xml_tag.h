@@ -6,6 +6,17 @@
 
 namespace ztree_impl {
 
+/// What stands in a tag; the units belong to the text.
+template <class Kind> struct TagParts {
+    using Ch = typename Kind::Char;
+    TagParts(const Ch* tag, int n) noexcept;
+    const Ch* name = nullptr;
+    int nameLength = 0;
+    int kind = 0;
+    const Ch* attribs = nullptr; // their text
+    int attribsLength = 0;
+};
+
 template <class Kind> class XmlTagCore : public platform::HeapObject {
 public:
     using Ch = typename Kind::Char;
@@ -20,9 +31,11 @@ public:
     static Impl* make(Tag* owner); ///< throws structExcept 0x84201001
     /// What the destructor of the public object does with it.
     static void dispose(Impl* impl) noexcept;
-    /// A new element in one block with its implementation and room for a name of that many units. Throws
-    /// 0x84201001.
-    static Tag* create(int nameRoom);
+    /// A new element in one block with its implementation, usual name and attributes and room for a text of
+    /// that many units; complete() adds what finds no place there. Both throw 0x84201001.
+    static Tag* create(const TagParts<Kind>& parts, int textRoom);
+    void complete(const TagParts<Kind>& parts);
+    static constexpr int mostTextRoom = 4096;
     static Impl* of(const Tag* tag) noexcept { return tag->m_pImpl; }
 
     void share(const XmlTagCore& other);
@@ -31,17 +44,24 @@ public:
     void appendTo(Tag* parent);
     Tag* parent() const noexcept { return m_dying ? nullptr : m_parent; }
     void setName(const Ch* name) { setName(name, name ? lengthOf(name) : 0); }
-    void setText(const Ch* text) { put(m_text, text, text ? lengthOf(text) : 0); }
-    void setText(const Ch* text, int n) { put(m_text, text, n); }
-    /// The element takes over a block from the library's heap, null for none.
-    void takeText(Ch* block) noexcept;
+    void setText(const Ch* text) { setText(text, text ? lengthOf(text) : 0); }
+    void setText(const Ch* text, int n);
+    /// A place for a text of up to n units and its terminator, in the element's block where there is room.
+    /// Whoever fills it says so by textTaken(). Throws 0x84201001.
+    Ch* textPlace(int n);
+    void textTaken(Ch* place, int n) noexcept;
     const Ch* name() const noexcept { return m_name; }
+    int nameLength() const noexcept { return m_nameLength; }
     const Ch* text() const noexcept { return m_text; }
+    int textLength() const noexcept { return m_textLength; }
     int kind() const noexcept { return m_kind; }
     /// Made when first asked for; lookups do without.
     AttribList& attribs();
-    const AttribList* attribsOrNull() const noexcept { return m_attribs; }
-    const Ch* attrib(const Ch* name) const { return m_attribs ? m_attribs->getAttrib(name) : nullptr; }
+    void parseAttribs(const Ch* text, int n);
+    int attribCount() const noexcept { return m_attribs ? m_attribs->size() : m_spots; }
+    /// 0 <= i < attribCount(); empty texts are null.
+    AttribPiece<Ch> attribAt(int i) const noexcept;
+    const Ch* attrib(const Ch* name) const noexcept;
 
     void addChild(Tag* child);
     void addChild(const Ch* name, const Ch* text);
@@ -60,23 +80,42 @@ public:
 
 private:
     static int lengthOf(const Ch* text);
-    static void put(Ch*& field, const Ch* text, int n);
+    struct Spot { // where texts of an attribute stand in the block, counted in units; 0 for none
+        std::uint16_t name;
+        std::uint16_t nameLength;
+        std::uint16_t value;
+        std::uint16_t valueLength;
+    };
+    static Ch* duplicate(const Ch* text, int n);
     void setName(const Ch* name, int n);
     void dropName() noexcept;
-    Ch* nameRoom() noexcept { return reinterpret_cast<Ch*>(static_cast<Impl*>(this) + 1); }
+    void dropText() noexcept;
+    const Spot* spots() const noexcept
+    {
+        return reinterpret_cast<const Spot*>(static_cast<const Impl*>(this) + 1);
+    }
+    /// The texts in the block: the name, the attributes, room for the text.
+    Ch* units() noexcept { return const_cast<Ch*>(static_cast<const XmlTagCore*>(this)->units()); }
+    const Ch* units() const noexcept { return reinterpret_cast<const Ch*>(spots() + m_spotRoom); }
 
     Tag* m_owner;
     Tag* m_parent = nullptr; // of a dying element: the next one, then the list it dies from
     Ch* m_name = nullptr;
     Ch* m_text = nullptr;
-    AttribList* m_attribs = nullptr;
-    ArrayCore m_children; // of Tag, as ZSortObject
-    int m_kind = -1;
+    AttribList* m_attribs = nullptr; // stands for those in the block once it is there
+    ArrayCore m_children;            // of Tag, as ZSortObject
+    int m_nameLength = 0;
+    int m_textLength = 0;
+    std::uint16_t m_textAt = 0;   // where in units() the room for the text begins
+    std::uint16_t m_textRoom = 0; // its units, the terminator not counted
+    std::uint8_t m_nameRoom = 0;  // units that a name may take there
+    std::uint8_t m_spots = 0;     // attributes in the block, in order of their names
+    std::uint8_t m_spotRoom = 0;
+    std::int8_t m_kind = -1;
     bool m_sorted = false;
-    bool m_listed = false;        // stands in a list of dead elements
-    bool m_dying = false;         // is being deleted from it
-    bool m_inBlock = false;       // with the public object
-    unsigned char m_nameRoom = 0; // units behind this object that a name may take, its terminator not counted
+    bool m_listed = false;  // stands in a list of dead elements
+    bool m_dying = false;   // is being deleted from it
+    bool m_inBlock = false; // with the public object
 };
 
 extern template class XmlTagCore<NarrowXml>;
