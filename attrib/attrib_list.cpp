@@ -86,10 +86,10 @@ private:
         skip(delimiter);
         begin = m_at;
         // Names and values are short as a rule.
-        const Ch* const near = m_at + std::min<std::ptrdiff_t>(m_end - m_at, 12);
-        while (m_at < near && *m_at != delimiter)
+        const Ch* const nearby = m_at + std::min<std::ptrdiff_t>(m_end - m_at, 12);
+        while (m_at < nearby && *m_at != delimiter)
             ++m_at;
-        if (m_at == near && m_at < m_end) {
+        if (m_at == nearby && m_at < m_end) {
             const Ch* found =
                 std::char_traits<Ch>::find(m_at, static_cast<std::size_t>(m_end - m_at), delimiter);
             m_at = found ? found : m_end;

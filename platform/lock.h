@@ -1,6 +1,8 @@
 #pragma once
 // All that the library knows about locks.
 
+#include "platform/single_thread.h"
+
 #include <ztree/types.h>
 
 #include <atomic>
@@ -34,12 +36,17 @@ private:
     void enter() noexcept
     {
         const std::uintptr_t self = reinterpret_cast<std::uintptr_t>(__builtin_thread_pointer());
+        std::uintptr_t free = m_owner.load(std::memory_order_relaxed);
         // Nobody else ever stores this value.
-        if (__builtin_expect(m_owner.load(std::memory_order_relaxed) == self, false)) {
+        if (__builtin_expect(free == self, false)) {
             ++m_depth;
             return;
         }
-        std::uintptr_t free = 0;
+        if (free == 0 && isSingleThreaded()) {
+            m_owner.store(self, std::memory_order_relaxed);
+            return;
+        }
+        free = 0;
         if (!m_owner.compare_exchange_strong(free, self, std::memory_order_acquire,
                                              std::memory_order_relaxed))
             enterSlow(self);

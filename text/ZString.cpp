@@ -34,9 +34,10 @@ void ZString::construct(const char* s, int len, unsigned int codepage)
 }
 void ZString::construct(const ztree::detail::StringFields<char>& src)
 {
-    m_pImpl = new mZString(this, src);
-    if (!m_pImpl)
+    void* place = mZString::operator new(sizeof(mZString));
+    if (!place)
         throwNoMemory();
+    m_pImpl = ::new (place) mZString(this, src); // nothing in it throws
 }
 ZString::ZString(const zwchar* s, int len, unsigned int codepage) : ZString(nullptr)
 {

@@ -1,6 +1,7 @@
 #pragma once
 // The one body behind ZString and ZStringW.
 
+#include "platform/single_thread.h"
 #include "platform/small_block.h"
 
 #include <ztree/text.h>
@@ -52,10 +53,12 @@ public:
 
     explicit StringCore(const void* owner) noexcept { m_pOwner = owner; }
     /// A copy, sharing the block.
-    StringCore(const void* owner, const Fields& src) noexcept
+    StringCore(const void* owner, const Fields& src) noexcept : Fields(src)
     {
         m_pOwner = owner;
-        takeFrom(src);
+        m_nGrowth = Fields().m_nGrowth; // the step is not copied
+        if (m_pBlock)
+            countUp(*m_pBlock);
     }
     ~StringCore() override
     {
@@ -144,14 +147,25 @@ private:
     static void release(Count* block) noexcept
     {
         // The last holder needs no atomic exchange: nobody else can come to hold the block.
-        if (block->load(std::memory_order_acquire) == 1 ||
-            block->fetch_sub(1, std::memory_order_acq_rel) == 1)
+        const std::int32_t holders = block->load(std::memory_order_acquire);
+        if (holders == 1)
             freeBlock(block);
+        else if (platform::isSingleThreaded())
+            block->store(holders - 1, std::memory_order_relaxed);
+        else if (block->fetch_sub(1, std::memory_order_acq_rel) == 1)
+            freeBlock(block);
+    }
+    static void countUp(Count& holders) noexcept
+    {
+        if (platform::isSingleThreaded())
+            holders.store(holders.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
+        else
+            holders.fetch_add(1, std::memory_order_relaxed);
     }
     void takeFrom(const Fields& src) noexcept
     {
         if (src.m_pBlock) {
-            src.m_pBlock->fetch_add(1, std::memory_order_relaxed);
+            countUp(*src.m_pBlock);
             m_pBlock = src.m_pBlock;
             m_pText = src.m_pText;
         } else {
