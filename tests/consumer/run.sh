@@ -3,8 +3,8 @@
 #
 #   tests/consumer/run.sh [linux|win32]...
 #
-#   linux   find_package, pkg-config, FetchContent, the compiler line of the README; the debs, installed by dpkg
-#   win32   the zip, in a folder with a blank in its name, under Wine
+#   linux   find_package, pkg-config, the compiler line of the README; the debs, installed by dpkg; from the sources
+#   win32   the same from the zip, in a folder with a blank in its name, and from the sources, run under Wine
 #
 # Expects the trees of the presets to be built and build/packages to be filled (packaging/make.sh), as ./test.sh
 # packages does.
@@ -74,11 +74,21 @@ plain()
     ZTREE=$prefix eval "$line"
     check ./app
 }
-fetched()
+# From the sources; further arguments are CMake's.
+from_sources()
 {
     local launcher=()
     command -v ccache && launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
-    build -DZTREE_SOURCE="$project" "${launcher[@]}"
+    build -DZTREE_SOURCE="$project" "${launcher[@]}" "$@"
+}
+fetched()
+{
+    from_sources
+    check ./consumer
+}
+subdirectory()
+{
+    from_sources -DZTREE_SUBDIRECTORY=ON
     check ./consumer
 }
 # A copy of this machine's root that lives in memory, with the current folder in it; runs its arguments there.
@@ -108,6 +118,8 @@ debs()
         if ./consumer; then exit 1; fi'
     check cat printed
 }
+# Not even a warning, where Debian's checker is installed.
+checked_debs() { lintian --allow-root --fail-on error,warning "$project"/build/packages/*.deb; }
 # Unpacked only, so the loader has to be told.
 unpacked_debs()
 {
@@ -123,7 +135,7 @@ unpacked_debs()
 }
 
 # --- 32-bit Windows ---
-zip=
+zip= win32=-DCMAKE_TOOLCHAIN_FILE=$project/cmake/toolchain-win32.cmake
 wine() { "$project/tools/run-win32.sh" "$@"; }
 unpacked()
 {
@@ -145,7 +157,7 @@ unpacked()
 }
 win32_package()
 {
-    build -DCMAKE_TOOLCHAIN_FILE="$project/cmake/toolchain-win32.cmake" -Dztree_DIR="$zip/lib/cmake/ztree"
+    build "$win32" -Dztree_DIR="$zip/lib/cmake/ztree"
     cp consumer.exe "$zip/bin"
     check wine "$zip/bin/consumer.exe"
 }
@@ -159,6 +171,28 @@ win32_plain()
     cp app.exe "$zip/bin"
     check wine "$zip/bin/app.exe"
 }
+win32_pkg()
+{
+    # Nothing but the zip's own file: the machine's libraries are for another target.
+    export PKG_CONFIG_LIBDIR="$zip/lib/pkgconfig" PKG_CONFIG_PATH=
+    pkg-config --exact-version=2.0.0 ztree
+    [[ $(pkg-config --variable=prefix ztree) == */ztree-*-win32/* ]]
+    eval "i686-w64-mingw32-g++-posix -std=c++17 $(pkg-config --variable=faults_cflags ztree)" \
+        "'$app/consumer.cpp' $(pkg-config --cflags --libs ztree) -o pkg.exe"
+    cp pkg.exe "$zip/bin"
+    check wine "$zip/bin/pkg.exe"
+}
+# The library's DLL is put beside the program by the program's own build.
+win32_fetched()
+{
+    from_sources "$win32"
+    check wine "$PWD/consumer.exe"
+}
+win32_subdirectory()
+{
+    from_sources "$win32" -DZTREE_SUBDIRECTORY=ON
+    check wine "$PWD/consumer.exe"
+}
 
 [[ $# -gt 0 ]] || set -- linux win32
 for target; do
@@ -170,18 +204,25 @@ for target; do
             step 'pkg-config' pkg
             step 'plain compiler line' plain
             step 'debs, unpacked' unpacked_debs
+            if command -v lintian >/dev/null; then
+                step 'debs, lintian' checked_debs
+            fi
             if (cd "$work" && in_copy true) 2>/dev/null; then
                 step 'debs, installed by dpkg' debs
             else
                 echo 'consumer: debs, installed by dpkg: left out, it takes root and overlay mounts'
             fi
             step 'FetchContent' fetched
+            step 'add_subdirectory' subdirectory
             ;;
         win32)
             step 'zip, tool' unpacked
             zip=$(echo "$work/my programs"/ztree-*-win32)
             step 'zip, find_package' win32_package
+            step 'zip, pkg-config' win32_pkg
             step 'zip, plain compiler line' win32_plain
+            step 'FetchContent for Windows' win32_fetched
+            step 'add_subdirectory for Windows' win32_subdirectory
             ;;
         *) echo "usage: tests/consumer/run.sh [linux|win32]..." >&2; exit 2 ;;
     esac
