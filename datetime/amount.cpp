@@ -113,7 +113,7 @@ int scan(const char* text, const tagLocalFmt* fmt, int mostDecimals, DisplayAmou
     return 1;
 }
 
-// The usual text in one pass: right groups or none, no more decimals than asked for. False, with nothing
+// The usual text in one pass: groups of three or none, no more decimals than asked for. False, with nothing
 // done, for any other.
 bool readRegular(const char* text, double& value, const tagLocalFmt* fmt, Precision precision)
 {
@@ -129,21 +129,20 @@ bool readRegular(const char* text, double& value, const tagLocalFmt* fmt, Precis
     if (*text == '-' || *text == '+')
         ++text;
     std::uint64_t whole = 0;
-    int digits = 0, groups = 0;
-    for (;; ++text) {
-        const unsigned digit = unitOf(*text) - '0';
-        if (digit < 10) {
-            whole = whole * 10 + digit;
-            ++digits;
-        } else if (*text == marks.thousand && *text != 0) {
-            ++groups;
-        } else {
-            break;
-        }
+    const char* const start = text;
+    for (unsigned digit; (digit = unitOf(*text) - '0') < 10; ++text)
+        whole = whole * 10 + digit;
+    std::ptrdiff_t digits = text - start;
+    if (digits == 0 || (digits > 3 && *text == marks.thousand && *text != 0))
+        return false;
+    for (; *text == marks.thousand && *text != 0; text += 4, digits += 3) {
+        unsigned group[3] = {};
+        for (int i = 0; i < 3; ++i)
+            if ((group[i] = unitOf(text[i + 1]) - '0') > 9)
+                return false;
+        whole = whole * 1000 + group[0] * 100 + group[1] * 10 + group[2];
     }
-    // What scan() takes for the number of digits has to be theirs; a blank at the end is none of the groups.
-    const int length = digits + groups;
-    if (digits == 0 || digits > 15 || (groups > 0 && (groups != length / 4 || text[-1] == ' ')))
+    if (digits > 15)
         return false;
     unsigned decimals = 0;
     int left = precision.decimals;
@@ -154,9 +153,15 @@ bool readRegular(const char* text, double& value, const tagLocalFmt* fmt, Precis
     }
     if (*text != 0)
         return false;
-    const double sum =
-        precision.round(static_cast<double>(static_cast<std::int64_t>(whole)) +
-                        static_cast<double>(decimals * powers[left]) / powers[precision.decimals]);
+    decimals *= powers[left];
+    // Rounding to hundredths takes the sum to the product of a whole number and 0.01, which is known here: so
+    // far below 2^50 the sum cannot be nearer to another one. Without `plain` tenths may stay as they are.
+    double sum;
+    if (precision.decimals == 2 && whole < 10000000000000u && (precision.plain || decimals % 10 != 0))
+        sum = static_cast<double>(static_cast<std::int64_t>(whole * 100 + decimals)) * hundredth.step;
+    else
+        sum = precision.round(static_cast<double>(static_cast<std::int64_t>(whole)) +
+                              static_cast<double>(decimals) / powers[precision.decimals]);
     value = negative ? -sum : sum;
     return true;
 }

@@ -32,6 +32,7 @@ struct Steps {
     double estimate(double m, int n) const { return n < exactPowers ? m * power[n] : m / at[n].step; }
 };
 constexpr Steps steps;
+static_assert(steps.at[2].step == hundredth.step, "both roundings know the same hundredths");
 
 } // namespace
 } // namespace ztree
