@@ -153,7 +153,7 @@ const ZString& ZString::append(const char* s, int len)
 }
 void ZString::appendSlow(char c)
 {
-    getInstance()->append(&c, 1);
+    getInstance()->append(c);
 }
 const ZString& ZString::operator+=(const char* s)
 {

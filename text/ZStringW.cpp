@@ -201,7 +201,7 @@ const ZStringW& ZStringW::append(zwcharOther c)
 }
 void ZStringW::appendSlow(zwchar c)
 {
-    getInstance()->append(&c, 1);
+    getInstance()->append(c);
 }
 const ZStringW& ZStringW::operator+=(const zwchar* s)
 {

@@ -66,7 +66,7 @@ int addLengths(int a, int b)
 // A block as small as these fails for good; a larger one is tried again without the room for growth.
 constexpr int worthASecondTry = 1 << 20;
 // Up to this many units a new block and a copy are cheaper than having the old one resized.
-constexpr int smallBlock = 64;
+constexpr int smallBlock = 512;
 } // namespace
 
 template <class Ch> int textLength(const Ch* s)
@@ -282,19 +282,23 @@ template <class Ch> void StringCore<Ch>::assign(const Ch* s, int n)
 
 template <class Ch> void StringCore<Ch>::append(const Ch* s, int n)
 {
-    const int length = m_nLength;
-    const auto at = reinterpret_cast<std::uintptr_t>(s), own = reinterpret_cast<std::uintptr_t>(text());
-    const bool inside = at >= own && at <= own + bytesOf<Ch>(length);
-    const std::size_t offset = (at - own) / sizeof(Ch);
-    reserve(addLengths(length, n));
+    const int length = m_nLength, wanted = addLengths(length, n);
+    if (!m_pBlock && wanted <= inlineUnits) {
+        m_nCapacity = inlineUnits;
+    } else if (wanted <= inlineUnits || wanted > m_nCapacity || !ownsBlock()) {
+        const auto at = reinterpret_cast<std::uintptr_t>(s), own = reinterpret_cast<std::uintptr_t>(text());
+        const bool inside = at >= own && at <= own + bytesOf<Ch>(length);
+        reserve(wanted);
+        if (inside) // the text may have moved
+            s = text() + (at - own) / sizeof(Ch);
+    }
     Ch* to = text();
-    if (inside)
-        s = to + offset;
     if (n <= inlineUnits)
         copyFew(to + length, s, bytesOf<Ch>(n));
     else
         std::memmove(to + length, s, bytesOf<Ch>(n));
-    setLength(length + n);
+    to[wanted] = 0;
+    m_nLength = wanted;
 }
 
 // --- reading ---

@@ -6,6 +6,7 @@
 
 #include <ztree/text.h>
 
+#include <climits>
 #include <cstring>
 
 [[noreturn]] void throwNoMemory(); // structExcept 0x84201001
@@ -87,6 +88,18 @@ public:
     /// The text becomes n > 0 units of s, which may lie inside it.
     void assign(const Ch* s, int n);
     void append(const Ch* s, int n);
+    void append(Ch c)
+    {
+        const int step = m_nGrowth > 1 ? m_nGrowth : 1;
+        if (m_pBlock && m_nLength >= m_nCapacity && m_nLength < INT_MAX - step && ownsBlock() &&
+            headOf(m_pBlock)->room >= m_nCapacity + step) {
+            m_nCapacity += step; // the block is large enough for one step more
+            m_pText[m_nLength] = c;
+            setLength(m_nLength + 1);
+        } else {
+            append(&c, 1);
+        }
+    }
     /// After the caller wrote n units behind a reserve of at least n.
     void setLength(int n) noexcept
     {
