@@ -1,14 +1,20 @@
 #pragma once
 // The work behind `expression`.
 
-#include "platform/heap.h"
+#include "platform/small_block.h"
 
 #include <ztree/expression.h>
 #include <ztree/runtime.h>
 
 /// The view that an expression owns.
-class mExpression : public platform::HeapObject {
+class mExpression final {
 public:
+    // Expressions come and go all the time. `new` yields null on failure.
+    static void* operator new(std::size_t bytes) noexcept { return platform::smallAlloc(bytes); }
+    static void operator delete(void* block, std::size_t bytes) noexcept
+    {
+        platform::smallFree(block, bytes);
+    }
     mExpression(const char* s, int n) noexcept { set(s, n); }
     virtual ~mExpression();
     int set(const char* s, int n) noexcept;
