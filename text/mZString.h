@@ -44,3 +44,13 @@ public:
     char* convertTo(unsigned codepage, int& length) const;
     void appendUtf8(const char* s, int n);
 };
+
+namespace ztree_impl {
+
+/// For other parts of the library.
+struct StringAccess {
+    /// The implementation object, made when there is none. Throws structExcept 0x84201001.
+    static mZString& need(ZString& s) { return *s.getInstance(); }
+};
+
+} // namespace ztree_impl

@@ -148,6 +148,17 @@ template <class Ch> void StringCore<Ch>::useBlock(BlockHead* head, int capacity)
     m_nCapacity = capacity;
 }
 
+template <class Ch> void StringCore<Ch>::take(void* block, std::size_t bytes, int n) noexcept
+{
+    letGo();
+    BlockHead* head = static_cast<BlockHead*>(block);
+    new (&head->count) Count(1);
+    head->room = static_cast<std::int32_t>(
+        std::min<std::size_t>((bytes - sizeof(BlockHead)) / sizeof(Ch) - 1, INT_MAX));
+    useBlock(head, n);
+    setLength(n);
+}
+
 template <class Ch> void StringCore<Ch>::reset() noexcept
 {
     if (m_nCapacity == 0)

@@ -87,6 +87,12 @@ public:
     // --- setting ---
     /// The text becomes n > 0 units of s, which may lie inside it.
     void assign(const Ch* s, int n);
+    /// Bytes in front of the text in a block that take() gets.
+    static constexpr std::size_t blockHead = 8;
+    static constexpr std::size_t leastTaken = 4096;
+    /// The text becomes the n units behind blockHead in a block of at least leastTaken bytes from
+    /// platform::heapAlloc, which the string owns from now on; there is room for a terminator.
+    void take(void* block, std::size_t bytes, int n) noexcept;
     void append(const Ch* s, int n);
     void append(Ch c)
     {
@@ -149,7 +155,7 @@ private:
 
     static BlockHead* headOf(Count* block) noexcept
     {
-        static_assert(offsetof(BlockHead, count) == 4 && sizeof(BlockHead) == 8,
+        static_assert(offsetof(BlockHead, count) == 4 && sizeof(BlockHead) == blockHead,
                       "the count stands before the text");
         return reinterpret_cast<BlockHead*>(reinterpret_cast<char*>(block) - offsetof(BlockHead, count));
     }

@@ -1,6 +1,7 @@
 // A tree as XML that reads back to the same tree.
 
 #include "platform/work_stack.h"
+#include "text/mZString.h"
 #include "tree/branch_core.h"
 #include "xml/xml_chars.h"
 
@@ -8,6 +9,7 @@
 #include <ztree/runtime.h>
 
 #include <algorithm>
+#include <climits>
 #include <cstdio>
 #include <cstring>
 
@@ -31,44 +33,80 @@ public:
     {
         if (n == 0)
             return;
-        if (m_room - m_length < n)
+        if (m_limit - m_length < n)
             grow(n);
         copyText(m_text.get() + m_length, s, n);
         m_length += n;
+    }
+    /// A short literal, a text and another literal.
+    template <std::size_t B, std::size_t A>
+    void put(const char (&before)[B], const char* s, std::size_t n, const char (&after)[A])
+    {
+        if (m_limit - m_length < n + B + A)
+            grow(n + B + A);
+        char* to = m_text.get() + m_length;
+        std::memcpy(to, before, B - 1);
+        copyText(to + B - 1, s, n);
+        std::memcpy(to + B - 1 + n, after, A - 1);
+        m_length += B - 1 + n + A - 1;
     }
     void put(const char* s) { put(s, std::strlen(s)); }
     void put(char c) { put(&c, 1); }
     void blanks(std::size_t n)
     {
-        if (m_room - m_length < n)
+        if (m_limit - m_length < n)
             grow(n);
         std::memset(m_text.get() + m_length, ' ', n);
         m_length += n;
     }
-    const char* text() const noexcept { return m_text.get(); }
-    std::size_t length() const noexcept { return m_length; }
+    std::size_t length() const noexcept { return m_length - front; }
+    /// Behind what out holds; an empty string takes over the block of a long text.
+    void appendTo(ZString& out)
+    {
+        const int n = static_cast<int>(length());
+        if (out.length() > 0 || m_limit < StringCore<char>::leastTaken) {
+            out.append(m_text.get() + front, n);
+            return;
+        }
+        mZString& to = StringAccess::need(out);
+        // What a very large block has left goes back to the system; a smaller one is as roomy as any text
+        // that grew, and cutting it would only make the next one come from fresh memory.
+        if (m_limit > veryLarge)
+            if (void* less = platform::heapResize(m_text.get(), m_length + spare)) {
+                static_cast<void>(m_text.release());
+                m_text.reset(static_cast<char*>(less));
+                m_limit = m_length + spare - 1;
+            }
+        to.take(m_text.release(), m_limit + 1, n);
+    }
 
 private:
+    static constexpr std::size_t front = StringCore<char>::blockHead;
+    static constexpr std::size_t spare = 4096;
+    static constexpr std::size_t veryLarge = std::size_t{32} << 20;
     void grow(std::size_t n)
     {
-        const std::size_t room = m_room * 2 > m_length + n ? m_room * 2 : m_length + n + 4096;
+        const std::size_t wanted = m_length + n + spare;
+        if (n > INT_MAX || wanted > INT_MAX)
+            throwMemory();
+        const std::size_t room = std::max(wanted, std::min<std::size_t>(m_limit + m_limit / 2, INT_MAX));
         char* fresh = static_cast<char*>(platform::heapResize(m_text.get(), room));
         if (!fresh)
             throwMemory();
-        m_text.release();
+        static_cast<void>(m_text.release());
         m_text.reset(fresh);
-        m_room = room;
+        m_limit = room - 1;
     }
-    platform::HeapPtr<char> m_text;
-    std::size_t m_length = 0;
-    std::size_t m_room = 0;
+    platform::HeapPtr<char> m_text; // begins with what heads a string's block
+    std::size_t m_length = front;
+    std::size_t m_limit = front; // one byte of the room is kept for the terminator
 };
 
 class Writer {
 public:
     Writer(XmlError& error, const ztree::XmlStyle& style) noexcept : m_error(error), m_style(style) {}
     bool write(const ZTBranch& top);
-    const Output& output() const noexcept { return m_out; }
+    Output& output() noexcept { return m_out; }
 
 private:
     struct Open {
@@ -78,7 +116,7 @@ private:
         bool onlyBlanks; // its text is blank, and none was written yet
     };
     bool fail(XmlFault fault, const char* message, const char* name);
-    bool name(const char* text, int n);
+    bool isName(const char* text, int n);
     template <unsigned char plain> bool escaped(const char* text, std::size_t n);
     bool startOfTag(const Core& branch);
     bool value(const Core& branch, bool& empty, bool& onlyBlanks);
@@ -104,12 +142,10 @@ bool Writer::fail(XmlFault fault, const char* message, const char* name)
     return false;
 }
 
-bool Writer::name(const char* text, int n)
+bool Writer::isName(const char* text, int n)
 {
-    if (!text || n < 1 || xmlNameLength(text, text + n) != static_cast<std::size_t>(n))
-        return fail(XmlFault::name, "this is no name in XML: ", text);
-    m_out.put(text, static_cast<std::size_t>(n));
-    return true;
+    return (text && n > 0 && xmlNameLength(text, text + n) == static_cast<std::size_t>(n)) ||
+           fail(XmlFault::name, "this is no name in XML: ", text);
 }
 
 template <unsigned char plain> bool Writer::escaped(const char* text, std::size_t n)
@@ -173,15 +209,15 @@ template <unsigned char plain> bool Writer::escaped(const char* text, std::size_
 
 bool Writer::startOfTag(const Core& branch)
 {
-    m_out.put('<');
-    if (!name(branch.name(), branch.nameLength()))
+    if (!isName(branch.name(), branch.nameLength()))
         return false;
+    m_out.put("<", branch.name(), static_cast<std::size_t>(branch.nameLength()), "");
     for (int i = 0; i < branch.attribCount(); ++i) {
         const ZAttrib& attrib = *branch.attrib(i);
-        m_out.put(' ');
-        if (!name(attrib.getName(), nameLength(attrib)))
+        const int length = nameLength(attrib);
+        if (!isName(attrib.getName(), length))
             return false;
-        m_out.put("=\"", 2);
+        m_out.put(" ", attrib.getName(), static_cast<std::size_t>(length), "=\"");
         if (!escaped<xmlPlainValue>(attrib.getValue(), static_cast<std::size_t>(valueLength(attrib))))
             return fail(XmlFault::unrepresented, "XML cannot hold the value of the attribute ",
                         attrib.getName());
@@ -246,6 +282,10 @@ void lookAtText(const Core& element, bool& text, bool& onlyBlanks) noexcept
         const ZTBranch* child = element.child(i);
         if (!child)
             continue;
+        // A branch made by a reader is one block: what is asked for stands in its first two lines.
+        const char* ahead = reinterpret_cast<const char*>(element.child(i + 6));
+        __builtin_prefetch(ahead);
+        __builtin_prefetch(ahead + 64);
         const bool piece = isText(*Core::of(child));
         elements |= !piece;
         text |= piece && hasText(*Core::of(child));
@@ -290,9 +330,7 @@ bool Writer::write(const ZTBranch& top)
             } else if (empty) {
                 m_out.put("/>", 2);
             } else {
-                m_out.put("</", 2);
-                m_out.put(branch.name(), static_cast<std::size_t>(branch.nameLength()));
-                m_out.put('>');
+                m_out.put("</", branch.name(), static_cast<std::size_t>(branch.nameLength()), ">");
             }
         }
         next = nullptr;
@@ -308,9 +346,7 @@ bool Writer::write(const ZTBranch& top)
             }
             if (!open.inlined)
                 line(way.size() - 1);
-            m_out.put("</", 2);
-            m_out.put(around.name(), static_cast<std::size_t>(around.nameLength()));
-            m_out.put('>');
+            m_out.put("</", around.name(), static_cast<std::size_t>(around.nameLength()), ">");
             way.pop();
         }
     }
@@ -331,7 +367,7 @@ bool writeXml(const ZTBranch& branch, ZString& out, XmlError* error, const XmlSt
     Writer writer(report, style);
     if (!writer.write(branch))
         return false;
-    out.append(writer.output().text(), static_cast<int>(writer.output().length()));
+    writer.output().appendTo(out);
     return true;
 }
 

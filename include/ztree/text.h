@@ -13,6 +13,9 @@
 class ZStringW;
 class mZString;
 class mZStringW;
+namespace ztree_impl {
+struct StringAccess;
+}
 
 namespace ztree::detail {
 
@@ -258,6 +261,7 @@ private:
     void setFallback(unsigned int codepage) noexcept;
     mZString* getInstance();
 
+    friend struct ztree_impl::StringAccess;
     ztree::detail::StringFields<char>* m_pImpl; // an mZString
 };
 
