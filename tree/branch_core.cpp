@@ -206,12 +206,19 @@ template <class Kind> BranchCore<Kind>::~BranchCore()
     if (PtrList<Branch>* linked = links())
         std::sort(linked->begin(), linked->end());
     for (Branch** at = m_children.begin(); at != m_children.end(); ++at) {
-        if (m_children.end() - at > 4) // they lie apart, and nothing touched them for long
-            __builtin_prefetch(reinterpret_cast<const void*>(reinterpret_cast<std::uintptr_t>(at[4]) + 64));
+        if (m_children.end() - at > 6) { // they lie apart, and nothing touched them for long
+            const char* ahead = reinterpret_cast<const char*>(at[6]);
+            __builtin_prefetch(ahead);
+            __builtin_prefetch(ahead + 64);
+        }
         Branch* child = *at;
         if (!child || (m_extra && std::binary_search(m_extra->links.begin(), m_extra->links.end(), child)))
             continue;
         Impl* impl = of(child);
+        if (impl->isOneBlock()) {
+            platform::heapFree(child);
+            continue;
+        }
         impl->m_bits &= static_cast<std::uint8_t>(~held);
         if (impl->m_bits & implInBlock && impl->m_children.count() == 0) {
             impl->~Impl();
@@ -235,7 +242,9 @@ template <class Kind> BranchCore<Kind>::~BranchCore()
         first = impl->m_parent;
         impl->m_parent = reinterpret_cast<Branch*>(&first);
         impl->m_bits |= dying;
-        if (impl->m_bits & implInBlock) { // made here, so of no derived class
+        if (impl->isOneBlock()) {
+            platform::heapFree(dead);
+        } else if (impl->m_bits & implInBlock) { // made here, so of no derived class
             impl->~Impl();
             platform::heapFree(dead);
         } else {

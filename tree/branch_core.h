@@ -223,6 +223,15 @@ private:
         return reinterpret_cast<std::uintptr_t>(attrib) - reinterpret_cast<std::uintptr_t>(m_owner) <
                m_inBlock;
     }
+    /// Whether the branch is one block and nothing else, so that giving the block back is all that its
+    /// destructor would do.
+    bool isOneBlock() const noexcept
+    {
+        constexpr unsigned both = implInBlock | nameInBlock;
+        return (m_bits & both) == both && (m_type != 7 || m_bits & valueInBlock) && !m_extra &&
+               m_children.count() == 0 && !m_children.ownsBlock() && !m_attribs.ownsBlock() &&
+               (m_attribs.count() == 0 || (m_inBlock && !m_attribsChanged));
+    }
     void dropAttrib(Attrib* attrib) noexcept;
     void nameInBlockAt(Ch* place, const Ch* name, int length) noexcept;
     void valueInBlockAt(void* place, int room) noexcept;

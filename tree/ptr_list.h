@@ -18,6 +18,7 @@ public:
     ~PtrList() { clear(); }
 
     int count() const noexcept { return m_count; }
+    bool ownsBlock() const noexcept { return m_capacity > 0; }
     T* at(int i) const noexcept { return i >= 0 && i < m_count ? slots()[i] : nullptr; }
     T** begin() noexcept { return slots(); }
     T** end() noexcept { return slots() + m_count; }
