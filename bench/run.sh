@@ -13,8 +13,7 @@ run()
         { cat build/bench/run.log; exit 1; }
 }
 # Large trees and documents take their own number of rounds; the rest is the median of five.
-table='^(xml.*/(ztree|ztreeSmall|tinyxml2|pugixml)/|tree(Build|Free|Walk)/(ztree|pugixml)(/bare|/iter|$)'
-table+='|treeChildByName/(ztree|pugixml|propertyTree)$|treeMemory/ztree)'
+table='^(xml(Parse|Write)/|tree(Build|Free|Walk)/[a-zA-Z0-9]+(/bare|/iter|$)|treeChildByName/|treeMemory/)'
 run --benchmark_filter="$table" --benchmark_out=build/bench/large.json --benchmark_min_time=0.2
 run --benchmark_filter='-^(tree|xml|grow|parseGrowth|setGrowth|thrown|.*[kK]ernel|sort)' \
     --benchmark_out=build/bench/small.json --benchmark_min_time=0.05 --benchmark_repetitions=5 \
