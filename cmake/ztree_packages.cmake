@@ -8,6 +8,7 @@ if(NOT ZTREE_PACKAGES OR NOT ZTREE_TOP_LEVEL)
 endif()
 
 set(CPACK_PACKAGE_VENDOR "ztree contributors")
+# The one place that names whom to write to about a package.
 set(CPACK_PACKAGE_CONTACT "ztree contributors <contributors@ztree.invalid>")
 set(CPACK_PACKAGE_DIRECTORY ${PROJECT_BINARY_DIR}/packages)
 set(CPACK_STRIP_FILES ON)
@@ -42,6 +43,7 @@ else()
     set(CPACK_DEB_COMPONENT_INSTALL ON)
     set(CPACK_COMPONENTS_ALL runtime dev tools)
     set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+    set(CPACK_DEBIAN_PACKAGE_SOURCE ztree)
     set(CPACK_DEBIAN_COMPRESSION_TYPE xz)
     set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "") # each package has its own, the first line of its description
     set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
@@ -56,10 +58,13 @@ else()
     set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME libztree1)
     set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
     set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
+    # The loader's cache is renewed by the trigger. CPack would add scripts that do it as well: none is made where one
+    # is named, and none is packed where it is missing.
+    set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/packaging/debian/triggers postinst postrm)
     set(CPACK_DEBIAN_RUNTIME_DESCRIPTION "strings, typed trees, XML, records, logs - runtime library\n${about}")
     set(CPACK_DEBIAN_DEV_PACKAGE_NAME libztree-dev)
     set(CPACK_DEBIAN_DEV_PACKAGE_SECTION libdevel)
-    set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS "libztree1 (= ${PROJECT_VERSION}), libstdc++-dev")
+    set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS "libztree1 (= ${PROJECT_VERSION}), libstdc++-12-dev | libstdc++-dev")
     string(CONCAT CPACK_DEBIAN_DEV_DESCRIPTION "strings, typed trees, XML, records, logs - headers\n${about}\n\n"
         "This package is for building programs with it.")
     set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME ztree-tools)
@@ -67,18 +72,27 @@ else()
     set(CPACK_DEBIAN_TOOLS_PACKAGE_SHLIBDEPS ON)
     set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "libztree1 (>= ${PROJECT_VERSION})")
     string(CONCAT CPACK_DEBIAN_TOOLS_DESCRIPTION "reads, searches, changes and writes typed trees and XML\n"
-        "The command ztree shows, checks, queries, changes and converts XML files, and has\n"
-        "its manual page and completion.")
+        "The command ztree shows, checks, queries, changes and converts XML files; it\n"
+        "has its manual page and completion.")
+
+    # The changelog in Debian's form, of this version.
+    file(READ ${PROJECT_SOURCE_DIR}/CHANGELOG.md changes)
+    string(REGEX REPLACE "^.*\n## ${PROJECT_VERSION},[^\n]*\n" "" changes "${changes}")
+    string(REGEX REPLACE "\n## .*" "" changes "${changes}")
+    string(STRIP "${changes}" changes)
+    string(REGEX REPLACE "\n+- " "\n  * " changes "\n- ${changes}")
+    string(REGEX REPLACE "\n  ([^*])" "\n    \\1" changes "${changes}")
+    string(TIMESTAMP now "%a, %d %b %Y %H:%M:%S +0000" UTC)
+    set(log ${PROJECT_BINARY_DIR}/changelog)
+    file(WRITE ${log} "ztree (${PROJECT_VERSION}) unstable; urgency=low\n${changes}\n\n -- ${CPACK_PACKAGE_CONTACT}  ${now}\n")
+    execute_process(COMMAND gzip -9nf ${log} COMMAND_ERROR_IS_FATAL ANY)
+    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/CHANGELOG.md)
 
     foreach(part runtime dev tools)
         string(TOUPPER ${part} upper)
         set(doc ${CMAKE_INSTALL_DATADIR}/doc/${CPACK_DEBIAN_${upper}_PACKAGE_NAME})
         install(FILES LICENSE DESTINATION ${doc} RENAME copyright COMPONENT ${part})
-        set(log ${PROJECT_BINARY_DIR}/changelog.gz)
-        install(FILES ${log} DESTINATION ${doc} COMPONENT ${part})
+        install(FILES ${log}.gz DESTINATION ${doc} COMPONENT ${part})
     endforeach()
-    execute_process(COMMAND gzip -9nc ${PROJECT_SOURCE_DIR}/CHANGELOG.md OUTPUT_FILE ${log}
-        COMMAND_ERROR_IS_FATAL ANY)
-    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/CHANGELOG.md)
 endif()
 include(CPack)

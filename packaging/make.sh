@@ -29,6 +29,7 @@ for target in $targets; do
     else
         # A library that is where the loader looks needs no run path.
         options+=(-DCMAKE_INSTALL_PREFIX=/usr -DCMAKE_SKIP_INSTALL_RPATH=ON)
+        options+=(-DCMAKE_SHARED_LINKER_FLAGS=-Wl,-z,relro,-z,now -DCMAKE_EXE_LINKER_FLAGS=-Wl,-z,relro,-z,now)
         library=$tree/lib/libztree.so made="*.deb"
     fi
     cmake -G Ninja -B "$tree" "${options[@]}" >"$out/$target.log" 2>&1 || { cat "$out/$target.log"; exit 1; }

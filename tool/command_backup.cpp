@@ -10,7 +10,8 @@ int runBackup(const Arguments& arguments)
     for (const std::string& file : arguments.operands()) {
         try {
             const std::string backup = moveToBackup(file, numbers, file);
-            standardOutput().put(file + " -> " + (backup.empty() ? "its oldest backup" : backup) + '\n');
+            standardOutput().put(harmless(file + " -> " + (backup.empty() ? "its oldest backup" : backup)) +
+                                 '\n');
         } catch (const Failure& failure) {
             message(failure.text);
             result = failure.code;

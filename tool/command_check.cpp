@@ -31,7 +31,7 @@ int runCheck(const Arguments& arguments)
             ZTree tree;
             readTree(source, arguments.text("format"), tree);
             if (!arguments.has("quiet"))
-                standardOutput().put(source.name + ": well-formed, " + countOf(tree) + '\n');
+                standardOutput().put(harmless(source.name) + ": well-formed, " + countOf(tree) + '\n');
         } catch (const Failure& failure) {
             if (failure.text.empty())
                 throw; // the reader of our output is gone

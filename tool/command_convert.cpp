@@ -1,6 +1,8 @@
 #include "tool/csv.h"
 #include "tool/options.h"
 
+#include <algorithm>
+
 namespace tool {
 
 namespace {
@@ -14,10 +16,13 @@ private:
     Out& m_out;
 };
 
-bool endsWith(const std::string& text, std::string_view ending)
+// In any case of letters, as some systems have it.
+bool isCsvName(std::string_view name)
 {
-    return text.size() >= ending.size() &&
-           text.compare(text.size() - ending.size(), ending.size(), ending) == 0;
+    name.remove_prefix(name.size() - std::min<std::size_t>(name.size(), 4));
+    constexpr std::string_view ending = ".csv";
+    return std::equal(name.begin(), name.end(), ending.begin(), ending.end(),
+                      [](char a, char b) { return a == b || (a >= 'A' && a <= 'Z' && a + 32 == b); });
 }
 
 } // namespace
@@ -30,7 +35,7 @@ int runConvert(const Arguments& arguments)
     layout.indent = arguments.has("single-line") ? -1 : static_cast<int>(arguments.number("indent", 2));
     const std::string& input = arguments.operands()[0];
     const std::string target = arguments.text("output", "-");
-    const bool csv = arguments.text("format", endsWith(input, ".csv") ? "csv" : "") == "csv";
+    const bool csv = arguments.text("format", isCsvName(input) ? "csv" : "") == "csv";
     currentCsvStyle() = csvStyle(arguments);
     if (csv && arguments.text("to") == "xml") { // record by record, whatever the size
         if (target == "-") {

@@ -57,13 +57,16 @@ const std::vector<Command>& commands()
          "changes, adds and deletes values",
          "Branches and attributes that are missing are created. Deletions come after all assignments; a PATH "
          "to delete that finds nothing gives the exit code 1, and nothing is written. The result goes to "
-         "standard output in the form of the input.\n"
+         "standard output in the form of the input; of XML the comments, processing instructions, the "
+         "DOCTYPE and "
+         "the layout are not kept.\n"
          "With -i it replaces FILE: a new file is written beside it and takes its place when it is complete; "
          "the old one is kept under a number (a.xml becomes a000.xml).",
          {{'i', "in-place", Takes::nothing, "", "replaces FILE and keeps the old one as a numbered backup"},
           {'o', "output", Takes::file, "OUT", "writes to OUT"},
           {'D', "delete", Takes::text, "PATH", "deletes all that PATH finds; may be given again"},
-          {'b', "backups", Takes::number, "N", "with -i: keeps at most N backups, 0 for none (default 10)"},
+          {'b', "backups", Takes::number, "N", "with -i: keeps at most N backups, 0 for none (default 10)",
+           1000},
           format},
          runSet},
         {"check",
@@ -81,7 +84,8 @@ const std::vector<Command>& commands()
          1,
          1,
          "writes a tree in another form",
-         "xml is a document; text is indented markup for people; paths is a line PATH=VALUE for every value; "
+         "xml is a document, without the comments, processing instructions and DOCTYPE of the input; text is "
+         "indented markup for people; paths is a line PATH=VALUE for every value; "
          "bin is the compact form that loads fastest and keeps the types of values; csv is a record for each "
          "row of values.\n"
          "A file that ends in .csv is read as csv: every record becomes an element with an element for each "
@@ -91,7 +95,7 @@ const std::vector<Command>& commands()
          "every value is checked, and each bad one is reported with its place.",
          {{'t', "to", Takes::choice, writableFormats(), "form to write"},
           {'o', "output", Takes::file, "OUT", "writes to OUT instead of standard output"},
-          {'n', "indent", Takes::number, "N", "blanks a level (default 2)"},
+          {'n', "indent", Takes::number, "N", "blanks a level (default 2)", 1000},
           {'s', "single-line", Takes::nothing, "", "XML without line ends between elements"},
           {'d', "delimiter", Takes::text, "CHAR", "csv: between columns, or \"tab\" (default \",\")"},
           {'H', "header", Takes::nothing, "", "csv: the first record holds the names of the columns"},
@@ -132,7 +136,7 @@ const std::vector<Command>& commands()
          "moves files aside under a number",
          "a.xml becomes a000.xml, a001.xml and so on: the first number that is free, or the oldest backup is "
          "replaced. Prints the name of each backup.",
-         {{'n', "max", Takes::number, "N", "numbers to use (default 10)"}},
+         {{'n', "max", Takes::number, "N", "numbers to use (default 10)", 1000}},
          runBackup},
         {"words",
          "AMOUNT...",

@@ -1,13 +1,11 @@
 #include "tool/csv.h"
 #include "tool/options.h"
+#include "tool/source_error.h"
 
 #include <ztree/ext/csv.h>
 
-#include <cerrno>
+#include <algorithm>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
-#include <iostream>
 
 namespace tool {
 
@@ -56,14 +54,31 @@ void addChecks(csvBuffer& buffer, const std::vector<std::string>& types)
 
 // --- names and texts in XML ---
 
-bool isDigit(char c)
+/// Of a character of so many bytes.
+unsigned codeOf(std::string_view text, std::size_t bytes)
 {
-    return c >= '0' && c <= '9';
+    unsigned code = static_cast<unsigned char>(text[0]);
+    if (bytes > 1)
+        code &= 0x7Fu >> bytes;
+    for (std::size_t i = 1; i < bytes; ++i)
+        code = code << 6 | (static_cast<unsigned char>(text[i]) & 63u);
+    return code;
 }
 
-bool startsName(char c)
+bool startsName(unsigned code)
 {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || static_cast<signed char>(c) < 0;
+    static constexpr unsigned ranges[][2] = {
+        {'A', 'Z'},       {'_', '_'},       {'a', 'z'},       {0xC0, 0xD6},     {0xD8, 0xF6},
+        {0xF8, 0x2FF},    {0x370, 0x37D},   {0x37F, 0x1FFF},  {0x200C, 0x200D}, {0x2070, 0x218F},
+        {0x2C00, 0x2FEF}, {0x3001, 0xD7FF}, {0xF900, 0xFDCF}, {0xFDF0, 0xFFFD}, {0x10000, 0xEFFFF}};
+    return std::any_of(std::begin(ranges), std::end(ranges),
+                       [code](const unsigned(&range)[2]) { return code >= range[0] && code <= range[1]; });
+}
+
+bool continuesName(unsigned code)
+{
+    return startsName(code) || (code >= '0' && code <= '9') || code == '-' || code == '.' || code == 0xB7 ||
+           (code >= 0x300 && code <= 0x36F) || code == 0x203F || code == 0x2040;
 }
 
 /// The nearest name that XML allows; "column3" for nothing at all.
@@ -72,46 +87,36 @@ std::string elementName(std::string_view text, std::size_t number)
     if (text.empty())
         return "column" + std::to_string(number);
     std::string name;
-    for (const char c : text) {
-        const bool inside = startsName(c) || isDigit(c) || c == '-' || c == '.';
-        if (name.empty() && inside && !startsName(c))
+    while (!text.empty()) {
+        const std::size_t n = characterLength(text);
+        const unsigned code = n ? codeOf(text, n) : 0;
+        const bool inside = continuesName(code);
+        if (name.empty() && inside && !startsName(code))
             name += '_';
-        name += inside ? c : '_';
+        name += inside ? text.substr(0, n) : "_";
+        text.remove_prefix(std::max<std::size_t>(1, n));
     }
     return name;
 }
 
-/// Length of the UTF-8 character at `at` when XML allows it, else 0.
-std::size_t characterAt(std::string_view text, std::size_t at)
+/// Length of the character at the start of the text when XML allows it, else 0.
+std::size_t allowedLength(std::string_view text)
 {
-    const auto byte = [&](std::size_t i) -> unsigned {
-        return at + i < text.size() ? static_cast<unsigned char>(text[at + i]) : 0u;
-    };
-    const auto tail = [&](std::size_t i) { return (byte(i) & 0xC0) == 0x80; };
-    const unsigned c = byte(0);
+    const auto c = static_cast<unsigned char>(text[0]);
     if (c < 0x80)
         return c >= 0x20 || c == '\t' || c == '\n' || c == '\r' ? 1 : 0;
-    if (c >= 0xC2 && c < 0xE0)
-        return tail(1) ? 2 : 0;
-    if (c >= 0xE0 && c < 0xF0) {
-        const unsigned code = (c & 15) << 12 | (byte(1) & 63) << 6 | (byte(2) & 63);
-        return tail(1) && tail(2) && code >= 0x800 && (code < 0xD800 || code > 0xDFFF) && code < 0xFFFE ? 3
-                                                                                                        : 0;
-    }
-    if (c >= 0xF0 && c < 0xF5) {
-        const unsigned code = (c & 7) << 18 | (byte(1) & 63) << 12 | (byte(2) & 63) << 6 | (byte(3) & 63);
-        return tail(1) && tail(2) && tail(3) && code >= 0x10000 && code < 0x110000 ? 4 : 0;
-    }
-    return 0;
+    const std::size_t n = characterLength(text);
+    return n == 3 && codeOf(text, n) >= 0xFFFE ? 0 : n;
 }
 
-/// Appends the text escaped; false at a byte that XML cannot hold.
-bool putText(std::string& xml, std::string_view text)
+/// Appends the text escaped; what is wrong with it where XML cannot hold it, else null.
+const char* putText(std::string& xml, std::string_view text)
 {
     for (std::size_t i = 0; i < text.size();) {
-        const std::size_t n = characterAt(text, i);
+        const std::size_t n = allowedLength(text.substr(i));
         if (n == 0)
-            return false;
+            return characterLength(text.substr(i)) ? "a character that XML does not allow"
+                                                   : "bytes that are not UTF-8";
         switch (text[i]) {
         case '&':
             xml += "&amp;";
@@ -130,7 +135,7 @@ bool putText(std::string& xml, std::string_view text)
         }
         i += n;
     }
-    return true;
+    return nullptr;
 }
 
 // --- the conversion ---
@@ -138,7 +143,10 @@ bool putText(std::string& xml, std::string_view text)
 /// Collects the places of bad values.
 class BadValues {
 public:
-    BadValues(const ztree::CsvReader& reader, std::string name) : m_reader(reader), m_name(std::move(name)) {}
+    BadValues(const ztree::CsvReader& reader, std::string_view name)
+        : m_reader(reader), m_name(harmless(name))
+    {
+    }
 
     bool operator()(const ztree::CsvError& error)
     {
@@ -154,14 +162,10 @@ public:
             m_text += std::to_string(error.offset - m_reader.offset() + 1) + ':';
         m_text += " error: column " + std::to_string(error.column);
         if (!error.name.empty())
-            m_text += " (" + std::string(error.name) + ")";
+            m_text += " (" + harmless(error.name) + ")";
         m_text += std::string(": ") + reason;
-        if (!error.text.empty() && error.text.size() < 80) {
-            m_text += ": \"";
-            for (const char c : error.text)
-                m_text += static_cast<unsigned char>(c) < 0x20 || c == 0x7F ? '?' : c;
-            m_text += '"';
-        }
+        if (!error.text.empty() && error.text.size() < 80)
+            m_text += ": \"" + harmless(error.text) + '"';
         m_text += '\n';
     }
     bool any() const { return m_count > 0; }
@@ -180,52 +184,12 @@ private:
     int m_count = 0;
 };
 
-/// The input as bytes, from a file or standard input.
-class Input {
-public:
-    explicit Input(const std::string& name)
-        : m_shown(name == "-" ? "standard input" : name), m_in(name == "-" ? std::cin : m_file)
-    {
-        namespace fs = std::filesystem;
-        if (name == "-")
-            return;
-        const fs::path path = fs::u8path(name);
-        std::error_code code;
-        if (fs::is_directory(path, code))
-            throw Failure{exitTrouble, "cannot read '" + name + "': it is a folder"};
-        errno = 0;
-        m_file.open(path, std::ios::binary);
-        if (!m_file)
-            failFile("read", name, errno);
-        if (fs::is_regular_file(path, code))
-            m_size = fs::file_size(path, code);
-    }
-
-    std::uint64_t size() const { return m_size; }
-    const std::string& shown() const { return m_shown; }
-    static unsigned read(void* context, char* buffer, std::size_t room, std::size_t* got)
-    {
-        auto& input = *static_cast<Input*>(context);
-        errno = 0;
-        input.m_in.read(buffer, static_cast<std::streamsize>(room));
-        *got = static_cast<std::size_t>(input.m_in.gcount());
-        if (input.m_in.bad())
-            input.m_error = errno ? errno : EIO;
-        return input.m_error ? 1117 : 0; // any code will do: fail() has the reason
-    }
-    void failWhenUnreadable() const
-    {
-        if (m_error)
-            failFile("read", m_shown, m_error);
-    }
-
-private:
-    std::string m_shown;
-    std::ifstream m_file;
-    std::istream& m_in;
-    std::uint64_t m_size = 0;
-    int m_error = 0;
-};
+unsigned readInput(void* input, char* buffer, std::size_t room, std::size_t* got)
+{
+    return static_cast<Input*>(input)->tryRead(buffer, room, *got)
+               ? 0
+               : 1117; // any code: failed() has the reason
+}
 
 /// Settings with the checks of the types.
 struct Settings : csvBuffer {
@@ -281,13 +245,13 @@ void convert(ztree::CsvReader& reader, const std::string& shown, Fail fail, cons
                 continue;
             }
             xml += '>';
-            if (!putText(xml, text)) {
+            if (const char* reason = putText(xml, text)) {
                 ztree::CsvError error;
                 error.line = reader.line();
                 error.offset = reader.offset();
                 error.column = static_cast<unsigned>(i + 1);
                 error.name = reader.name(i);
-                bad.add(error, "a character that XML does not allow");
+                bad.add(error, reason);
                 bad.fail();
             }
             xml += "</";
@@ -310,7 +274,7 @@ void convert(ztree::CsvReader& reader, const std::string& shown, Fail fail, cons
 {
     const bool endless = static_cast<unsigned>(result) == 0x800700EAu;
     throw Failure{exitMalformed,
-                  shown + ": error: " +
+                  harmless(shown) + ": error: " +
                       (endless ? "a record does not end; a quote may be missing\n"
                                : "the file cannot be read as delimited text\n"),
                   true};
@@ -329,9 +293,9 @@ void csvFileToXml(const std::string& name, const CsvStyle& style, const Layout& 
         return true;
     };
     reader.onProgress(tell);
-    reader.open(&Input::read, &input, input.size());
+    reader.open(&readInput, &input, input.size());
     const auto fail = [&input](int result) {
-        input.failWhenUnreadable();
+        input.failed();
         failReading(input.shown(), result);
     };
     convert(reader, input.shown(), fail, style, layout, sink);

@@ -6,7 +6,6 @@
 
 #include <cerrno>
 #include <filesystem>
-#include <fstream>
 #include <iostream>
 #include <random>
 
@@ -15,17 +14,6 @@ namespace tool {
 namespace fs = std::filesystem;
 
 namespace {
-
-void readAll(std::istream& in, std::string& bytes)
-{
-    std::size_t length = 0;
-    do {
-        bytes.resize(std::max<std::size_t>(length * 2, std::size_t{1} << 16));
-        in.read(&bytes[length], static_cast<std::streamsize>(bytes.size() - length));
-        length += static_cast<std::size_t>(in.gcount());
-    } while (in);
-    bytes.resize(length);
-}
 
 // A name in the same folder that no other program uses.
 std::string temporaryName(const fs::path& target)
@@ -40,43 +28,81 @@ std::string temporaryName(const fs::path& target)
 
 } // namespace
 
-Source readSource(const std::string& name)
+Input::Input(const std::string& name)
+    : m_shown(name == "-" ? "standard input" : name), m_in(name == "-" ? std::cin : m_file)
 {
-    Source source;
-    if (name == "-") {
-        source.name = "standard input";
-        errno = 0;
-        readAll(std::cin, source.bytes);
-        if (std::ferror(stdin))
-            failFile("read", source.name, errno);
-        return source;
-    }
-    source.name = name;
+    if (name == "-")
+        return;
     const fs::path path = fs::u8path(name);
     std::error_code code;
     const fs::file_status status = fs::status(path, code);
     if (fs::is_directory(status))
         throw Failure{exitTrouble, "cannot read '" + name + "': it is a folder"};
     errno = 0;
-    std::ifstream in(path, std::ios::binary);
-    if (!in)
+    m_file.open(path, std::ios::binary);
+    if (!m_file)
         failFile("read", name, errno);
-    const std::uintmax_t size = fs::is_regular_file(status) ? fs::file_size(path, code) : 0;
-    if (code || size == 0) { // also what says 0 and is not empty
-        readAll(in, source.bytes);
-        return source;
+    if (fs::is_regular_file(status)) {
+        m_size = fs::file_size(path, code);
+        if (code)
+            m_size = 0;
     }
-    if (size > source.bytes.max_size() / 2)
-        throw Failure{exitTrouble, "cannot read '" + name + "': it is too large"};
-    Progress progress(static_cast<std::size_t>(size));
-    progress.stage("reading");
-    source.bytes.resize(static_cast<std::size_t>(size));
+}
+
+bool Input::tryRead(char* buffer, std::size_t room, std::size_t& got) noexcept
+{
     errno = 0;
-    in.read(&source.bytes[0], static_cast<std::streamsize>(size));
-    if (in.bad())
-        failFile("read", name, errno ? errno : EIO);
-    source.bytes.resize(static_cast<std::size_t>(in.gcount()));
-    return source;
+    m_in.read(buffer, static_cast<std::streamsize>(room));
+    got = static_cast<std::size_t>(m_in.gcount());
+    if (m_in.bad() || (&m_in == &std::cin && std::ferror(stdin)))
+        m_error = errno ? errno : EIO;
+    return m_error == 0;
+}
+
+void Input::failed() const
+{
+    if (m_error)
+        failFile("read", m_shown, m_error);
+}
+
+std::size_t Input::read(char* buffer, std::size_t room)
+{
+    std::size_t got = 0;
+    if (!tryRead(buffer, room, got))
+        failed();
+    return got;
+}
+
+void Input::skip(std::uint64_t bytes)
+{
+    if (m_size != 0) {
+        m_in.seekg(static_cast<std::streamoff>(std::min(bytes, m_size)));
+        return;
+    }
+    char buffer[4096];
+    for (std::size_t got = 1; bytes > 0 && got > 0; bytes -= got)
+        got = read(buffer, static_cast<std::size_t>(std::min<std::uint64_t>(bytes, sizeof buffer)));
+}
+
+Source readSource(const std::string& name)
+{
+    Input input(name);
+    Source source;
+    source.name = input.shown();
+    if (input.size() > source.bytes.max_size() / 2)
+        throw Failure{exitTrouble, "cannot read '" + name + "': it is too large"};
+    Progress progress(static_cast<std::size_t>(input.size()));
+    progress.stage("reading");
+    // A byte more than there should be: one read then meets the end. What says 0 may not be empty.
+    std::size_t room = input.size() ? static_cast<std::size_t>(input.size()) + 1 : std::size_t{1} << 16;
+    for (std::size_t length = 0;; room *= 2) {
+        source.bytes.resize(room);
+        length += input.read(&source.bytes[length], room - length);
+        if (length < room) {
+            source.bytes.resize(length);
+            return source;
+        }
+    }
 }
 
 NewFile::NewFile(const std::string& target) : m_shown(target), m_target(target)

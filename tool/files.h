@@ -4,10 +4,38 @@
 
 #include "tool/output.h"
 
+#include <cstdint>
+#include <fstream>
 #include <memory>
 #include <string>
 
 namespace tool {
+
+/// The bytes of a file, or of standard input, one after another.
+class Input {
+public:
+    /// Throws Failure when it cannot be opened.
+    explicit Input(const std::string& name);
+
+    const std::string& shown() const { return m_shown; }
+    /// Of an ordinary file, otherwise 0.
+    std::uint64_t size() const { return m_size; }
+    /// Up to `room` bytes; fewer at the end only. Throws Failure.
+    std::size_t read(char* buffer, std::size_t room);
+    /// The same without an exception: false when it cannot be read, which failed() tells.
+    bool tryRead(char* buffer, std::size_t room, std::size_t& got) noexcept;
+    /// Throws the Failure of a tryRead(); nothing when there was none.
+    void failed() const;
+    /// Goes on behind so many bytes, or at the end.
+    void skip(std::uint64_t bytes);
+
+private:
+    std::string m_shown;
+    std::ifstream m_file;
+    std::istream& m_in;
+    std::uint64_t m_size = 0;
+    int m_error = 0;
+};
 
 struct Source {
     std::string name;  ///< as it is shown

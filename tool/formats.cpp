@@ -70,7 +70,7 @@ void readBinary(const Source& source, ZTree& tree)
     ztree::TreeStreamError error;
     if (!ztree::loadTree(source.bytes.data(), source.bytes.size(), tree, &error))
         throw Failure{exitMalformed,
-                      source.name + ": error: at byte " + std::to_string(error.offset) + ": " +
+                      harmless(source.name) + ": error: at byte " + std::to_string(error.offset) + ": " +
                           error.message + '\n',
                       true};
 }

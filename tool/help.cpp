@@ -44,18 +44,18 @@ std::string usage(const Command& command)
     return text;
 }
 
-// Paragraphs broken at blanks before column 80.
-std::string wrapped(std::string_view text)
+// Paragraphs broken at blanks before column 80, each line behind so many blanks but the first.
+std::string wrapped(std::string_view text, std::size_t indent = 0)
 {
     std::string lines;
-    std::size_t column = 0;
+    std::size_t column = indent;
     while (!text.empty()) {
         const std::size_t n = std::min(text.find_first_of(" \n"), text.size());
-        if (column > 0 && column + 1 + n > 79) {
-            lines += '\n';
-            column = 0;
+        if (column > indent && column + 1 + n > 79) {
+            lines += '\n' + std::string(indent, ' ');
+            column = indent;
         }
-        if (column > 0) {
+        if (column > indent) {
             lines += ' ';
             ++column;
         }
@@ -63,7 +63,7 @@ std::string wrapped(std::string_view text)
         column += n;
         if (n < text.size() && text[n] == '\n') {
             lines += "\n\n";
-            column = 0;
+            column = indent;
         }
         text.remove_prefix(n < text.size() ? n + 1 : n);
     }
@@ -78,7 +78,7 @@ std::string row(const std::string& left, std::size_t width, const std::string& r
         text += '\n' + std::string(width + 4, ' ');
     else
         text.append(width + 2 - left.size(), ' ');
-    return text + right + '\n';
+    return text + wrapped(right, width + 4);
 }
 
 std::string rows(const std::vector<Option>& options)

@@ -52,7 +52,9 @@ int runTool(const std::vector<std::string>& arguments)
     } catch (const structExcept& error) {
         if (error.getCode() == ztree::errMemory || error.getCode() == ztree::errOutOfMemory)
             return fail({exitTrouble, "not enough memory"});
-        return fail({exitTrouble, "error " + std::to_string(error.getCode())});
+        char code[16];
+        std::snprintf(code, sizeof code, "0x%08X", error.getCode());
+        return fail({exitTrouble, std::string("error ") + code});
     } catch (const std::exception& error) {
         return fail({exitTrouble, error.what()});
     }

@@ -97,8 +97,11 @@ void Parser::take(Arguments& to, const Option& option, const std::string& shown,
         unsigned long n = 0;
         const char* end = value.data() + value.size();
         const auto read = std::from_chars(value.data(), end, n);
-        if (value.empty() || read.ec != std::errc() || read.ptr != end || n > 0x7FFFFFFF)
+        const bool digits = !value.empty() && read.ec != std::errc::invalid_argument && read.ptr == end;
+        if (!digits)
             fail(command, "option " + shown + " needs a number, not '" + value + "'");
+        if (read.ec != std::errc() || n > option.most)
+            fail(command, "option " + shown + " goes up to " + std::to_string(option.most));
     }
     if (option.takes == Takes::choice) {
         const auto words = choices(option);

@@ -14,8 +14,9 @@ struct Option {
     char letter;      ///< 0: it has a long name only
     const char* name; ///< without the dashes
     Takes takes;
-    std::string value; ///< what the value is called; for a choice the words, with "|" between
-    std::string help;  ///< one line
+    std::string value;               ///< what the value is called; for a choice the words, with "|" between
+    std::string help;                ///< one line
+    unsigned long most = 0x7FFFFFFF; ///< the largest number
 };
 
 class Arguments;

@@ -9,7 +9,7 @@ namespace tool {
 
 void failUsage(const std::string& text)
 {
-    throw Failure{exitTrouble, text + "\nTry 'ztree help'."};
+    throw Failure{exitTrouble, "ztree: " + harmless(text) + "\nTry 'ztree help'.\n", true};
 }
 
 void failFile(const char* what, const std::string& name, int error)
@@ -81,7 +81,20 @@ void report(std::string_view text)
 
 void message(std::string_view text)
 {
-    report("ztree: " + std::string(text) + '\n');
+    report("ztree: " + harmless(text) + '\n');
+}
+
+std::string harmless(std::string_view text)
+{
+    std::string result(text);
+    for (std::size_t i = 0; i < result.size(); ++i) {
+        const auto c = static_cast<unsigned char>(result[i]);
+        if (c < 0x20 || c == 0x7F)
+            result[i] = '?';
+        else if (c == 0xC2 && i + 1 < result.size() && (result[i + 1] & 0xE0) == 0x80) // C1 in UTF-8
+            result.replace(i, 2, 1, '?');
+    }
+    return result;
 }
 
 Progress::Progress(std::size_t bytes)

@@ -66,7 +66,9 @@ private:
 
 /// Standard output. Whatever is printed to standard error goes behind what stands in it.
 Out& standardOutput();
-/// "ztree: <text>" to standard error.
+/// The text with "?" for control characters: names of files and options do nothing to a terminal.
+std::string harmless(std::string_view text);
+/// "ztree: <text>" to standard error, made harmless.
 void message(std::string_view text);
 /// The text as it is to standard error.
 void report(std::string_view text);

@@ -9,27 +9,6 @@ namespace tool {
 
 namespace {
 
-// Bytes of the character at the start of the text; 0 when they are not UTF-8.
-std::size_t characterLength(std::string_view text)
-{
-    const auto at = [&](std::size_t i) { return i < text.size() ? static_cast<unsigned char>(text[i]) : 0u; };
-    const unsigned first = at(0);
-    if (first < 0x80)
-        return 1;
-    const std::size_t n = first >= 0xC2 && first < 0xE0   ? 2
-                          : (first & 0xF0) == 0xE0        ? 3
-                          : first >= 0xF0 && first < 0xF5 ? 4
-                                                          : 0;
-    for (std::size_t i = 1; i < n; ++i)
-        if ((at(i) & 0xC0) != 0x80)
-            return 0;
-    const unsigned second = at(1); // overlong forms, surrogates, above U+10FFFF
-    if ((first == 0xE0 && second < 0xA0) || (first == 0xED && second > 0x9F) ||
-        (first == 0xF0 && second < 0x90) || (first == 0xF4 && second > 0x8F))
-        return 0;
-    return n;
-}
-
 // C0, DEL and C1: what a terminal may take as a command.
 bool isControl(std::string_view character)
 {
@@ -79,10 +58,30 @@ constexpr std::size_t shown = 90;
 
 } // namespace
 
+std::size_t characterLength(std::string_view text)
+{
+    const auto at = [&](std::size_t i) { return i < text.size() ? static_cast<unsigned char>(text[i]) : 0u; };
+    const unsigned first = at(0);
+    if (first < 0x80)
+        return 1;
+    const std::size_t n = first >= 0xC2 && first < 0xE0   ? 2
+                          : (first & 0xF0) == 0xE0        ? 3
+                          : first >= 0xF0 && first < 0xF5 ? 4
+                                                          : 0;
+    for (std::size_t i = 1; i < n; ++i)
+        if ((at(i) & 0xC0) != 0x80)
+            return 0;
+    const unsigned second = at(1); // overlong forms, surrogates, above U+10FFFF
+    if ((first == 0xE0 && second < 0xA0) || (first == 0xED && second > 0x9F) ||
+        (first == 0xF0 && second < 0x90) || (first == 0xF4 && second > 0x8F))
+        return 0;
+    return n;
+}
+
 std::string sourceError(const Source& source, Place place, std::string_view message)
 {
-    std::string text = source.name + ':' + std::to_string(place.line) + ':' + std::to_string(place.column) +
-                       ": error: " + std::string(message) + '\n';
+    std::string text = harmless(source.name) + ':' + std::to_string(place.line) + ':' +
+                       std::to_string(place.column) + ": error: " + std::string(message) + '\n';
     const std::string converted =
         source.bytes.size() > 1 && (source.bytes[0] & 0xFE) == 0xFE ? asUtf8(source.bytes) : "";
     std::string_view line =

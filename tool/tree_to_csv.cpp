@@ -5,6 +5,7 @@
 #include <ztree/ext/csv.h>
 #include <ztree/ext/tree.h>
 
+#include <exception>
 #include <unordered_map>
 
 namespace tool {
@@ -102,11 +103,24 @@ std::vector<const ZTBranch*> rowsOf(const ZTree& tree, const std::string& path)
     return rows;
 }
 
-unsigned toOut(void* out, const char* data, std::size_t bytes)
-{
-    static_cast<Out*>(out)->put(std::string_view(data, bytes));
-    return 0;
-}
+/// Hands on what the library's writer gives. Nothing may be thrown through the library, so a failure waits
+/// here.
+struct Target {
+    Out& out;
+    std::exception_ptr failure;
+
+    static unsigned take(void* target, const char* data, std::size_t bytes) noexcept
+    {
+        auto& self = *static_cast<Target*>(target);
+        try {
+            self.out.put(std::string_view(data, bytes));
+            return 0;
+        } catch (...) {
+            self.failure = std::current_exception();
+            return 1; // any code ends the writing
+        }
+    }
+};
 
 } // namespace
 
@@ -129,6 +143,8 @@ CsvStyle csvStyle(const Arguments& arguments)
     style.quoteAll = arguments.has("quote-all");
     const std::string escape = arguments.text("escape", "none");
     style.escape = escape == "backslash" ? 1 : escape == "percent" ? 2 : 0;
+    if ((style.escape == 1 && style.separator == '\\') || (style.escape == 2 && style.separator == '%'))
+        failUsage("convert: the delimiter cannot be the sign of the escapes");
     style.header = arguments.has("header");
     style.root = arguments.text("root", "rows");
     style.row = arguments.text("row", "row");
@@ -159,7 +175,8 @@ void treeToCsv(const ZTree& tree, const CsvStyle& style, Out& out)
     csvBuffer settings;
     applyStyle(style, settings);
     ztree::CsvWriter writer(settings);
-    writer.open(&toOut, &out);
+    Target target{out, nullptr};
+    writer.open(&Target::take, &target);
     const auto count = static_cast<int>(columns.names().size());
     if (count == 0)
         return;
@@ -174,9 +191,13 @@ void treeToCsv(const ZTree& tree, const CsvStyle& style, Out& out)
             values[columns.of(name)] = std::move(value);
         });
         std::copy(values.begin(), values.end(), texts.begin());
-        writer.writeTexts(texts.data(), count);
+        if (writer.writeTexts(texts.data(), count) < 0)
+            break;
     }
-    if (writer.finish() < 0)
+    const int result = writer.finish();
+    if (target.failure)
+        std::rethrow_exception(target.failure);
+    if (result < 0)
         throw Failure{exitTrouble, "not enough memory"};
 }
 

@@ -4,8 +4,9 @@
 #   packaging/symbols/check.sh [--complete] libztree.so|ztree.dll
 #   packaging/symbols/check.sh --update libztree.so ztree.dll
 #
-# exported.txt lists what both libraries export, differences.txt what only one of them does, and why. A name that is
-# gone fails the check, as does one that is not the library's own; with --complete a new one that is not listed too.
+# exported.txt lists what both libraries export, differences.txt what only one of them does, or only one that is built
+# with its tests, and why. A name that is gone fails the check, as does one that is not the library's own; with
+# --complete, for what is packaged, one that is not listed or is there for tests too.
 # --update writes exported.txt anew and shows what then belongs into differences.txt.
 #
 # Names are written alike for both targets: demangled, in the spelling of Linux, with int for every 32-bit or native
@@ -41,8 +42,10 @@ trap 'rm -rf "$work"' EXIT
 fail() { echo "symbols: $1" >&2; exit 1; }
 
 if [[ ${1:-} == --update ]]; then
-    names "$2" >"$work/linux"
-    names "$3" >"$work/win32"
+    for i in linux win32; do
+        names "$2" | comm -23 - <(only tests | sort) >"$work/$i"
+        shift
+    done
     comm -12 "$work/linux" "$work/win32" >"$here/exported.txt"
     { comm -23 "$work/linux" "$work/win32" | sed 's/^/linux: /'
       comm -13 "$work/linux" "$work/win32" | sed 's/^/win32: /'; } | sort >"$work/different"
@@ -58,6 +61,10 @@ names "$1" >"$work/found"
 { cat "$here/exported.txt"; only $target; } | sort >"$work/listed"
 comm -13 "$work/found" "$work/listed" >"$work/gone"
 comm -23 "$work/found" "$work/listed" >"$work/new"
+if [[ ! $complete ]]; then
+    comm -23 "$work/new" <(only tests | sort) >"$work/own"
+    mv "$work/own" "$work/new"
+fi
 # Before its arguments a name of our own mentions no other library.
 sed 's/(.*//' "$work/new" | grep -E '(std|__gnu_cxx|testing|boost|__cxxabiv1)::|^_' >"$work/foreign" || true
 
@@ -65,7 +72,7 @@ sed 's/(.*//' "$work/new" | grep -E '(std|__gnu_cxx|testing|boost|__cxxabiv1)::|
 [[ ! -s $work/foreign ]] || { cat "$work/foreign"; fail "these names are not the library's own"; }
 if [[ -s $work/new ]]; then
     cat "$work/new"
-    [[ ! $complete ]] || fail 'these names are not listed yet: packaging/symbols/check.sh --update'
+    [[ ! $complete ]] || fail 'these names are not public, or not listed yet: packaging/symbols/check.sh --update'
     echo "symbols: $(wc -l <"$work/new") new names, listed by packaging/symbols/check.sh --update" >&2
 fi
 echo "symbols: $target exports $(wc -l <"$work/found") names, $(only $target | wc -l) of them on this target alone"
