@@ -474,9 +474,6 @@ bool Reader::doctype()
 bool Reader::reference(Scratch& to)
 {
     const char* start = m_at;
-    const char* limit = std::min(m_end, m_at + 80);
-    const char* close =
-        static_cast<const char*>(std::memchr(m_at, ';', static_cast<std::size_t>(limit - m_at)));
     if (m_end - m_at >= 2 && m_at[1] == '#') {
         const bool hex = m_end - m_at >= 3 && m_at[2] == 'x';
         const char* digits = m_at + (hex ? 3 : 2);
@@ -507,9 +504,8 @@ bool Reader::reference(Scratch& to)
     if (n == 0)
         return fail(XmlFault::syntax, start, "\"&\" has to be written as \"&amp;\"");
     const Span entity = {m_at + 1, static_cast<int>(std::min<std::size_t>(n, 1000))};
-    if (m_at + 1 + n == m_end || m_at[1 + n] != ';' || !close)
-        if (m_at + 1 + n == m_end || m_at[1 + n] != ';')
-            return fail(XmlFault::syntax, start, "\";\" is missing behind \"&", entity, "\"");
+    if (m_at + 1 + n == m_end || m_at[1 + n] != ';')
+        return fail(XmlFault::syntax, start, "\";\" is missing behind \"&", entity, "\"");
     static const struct {
         const char* name;
         char character;
