@@ -100,6 +100,27 @@ ZTREE_AVX512 inline Block examine(__m512i in, __m512i before, Mask nonAscii, Mas
     return block;
 }
 
+// Writes the n units whose bytes stand at `ends`; those of mask `highs`, counted in units, are the first
+// halves of pairs.
+ZTREE_AVX512 inline void putUnits(zwchar* o, long n, __m512i low, __m512i high, Mask ends,
+                                  Mask highs) noexcept
+{
+    const __m512i interleave = _mm512_setr_epi64(0, 4, 1, 5, 2, 6, 3, 7);
+    low = _mm512_permutexvar_epi64(interleave, _mm512_maskz_compress_epi8(ends, low));
+    high = _mm512_permutexvar_epi64(interleave, _mm512_maskz_compress_epi8(ends, high));
+    __m512i w0 = _mm512_unpacklo_epi8(low, high);
+    __m512i w1 = _mm512_unpackhi_epi8(low, high);
+    if (highs) {
+        const __m512i base = _mm512_set1_epi16(static_cast<short>(0xD7C0));
+        w0 = _mm512_mask_add_epi16(w0, static_cast<__mmask32>(highs), w0, base);
+        w1 = _mm512_mask_add_epi16(w1, static_cast<__mmask32>(highs >> 32), w1, base);
+    }
+    const Mask written = lowest(n);
+    _mm512_mask_storeu_epi16(o, static_cast<__mmask32>(written), w0);
+    if (n > 32)
+        _mm512_mask_storeu_epi16(o + 32, static_cast<__mmask32>(written >> 32), w1);
+}
+
 template <bool write> ZTREE_AVX512 inline void decodeAll(DecodeRun& run) noexcept
 {
     const unsigned char* p = run.in;
@@ -108,7 +129,6 @@ template <bool write> ZTREE_AVX512 inline void decodeAll(DecodeRun& run) noexcep
     long units = 0;
     const __m512i up1 = byteIndexes(1);
     const __m512i up2 = byteIndexes(2);
-    const __m512i interleave = _mm512_setr_epi64(0, 4, 1, 5, 2, 6, 3, 7);
     while (p < end) {
         const long left = end - p;
         const Mask here = left >= 64 ? ~0ull : lowest(left);
@@ -136,7 +156,31 @@ template <bool write> ZTREE_AVX512 inline void decodeAll(DecodeRun& run) noexcep
             continue;
         }
         const __m512i before = _mm512_permutexvar_epi8(up1, in);
-        const Block block = examine(in, before, nonAscii, here, left > 64 && (p[64] & 0xC0) == 0x80);
+        const bool trailAfter = left > 64 && (p[64] & 0xC0) == 0x80;
+        // Most alphabets need no more than two bytes a character, and much less care.
+        if (!_mm512_cmpge_epu8_mask(in, bytes(0xE0))) {
+            const Mask trail = _mm512_cmplt_epi8_mask(in, bytes(0xC0));
+            const Mask lead = nonAscii & ~trail;
+            const Mask overlong = _mm512_mask_cmplt_epu8_mask(lead, in, bytes(0xC2));
+            const Mask ends = ~(trail >> 1 | static_cast<Mask>(trailAfter) << 63) & here;
+            const int taken = 64 - static_cast<int>(_lzcnt_u64(ends));
+            const Mask bad = ((lead << 1 ^ trail) | overlong) & lowest(taken + 1);
+            const long n = _mm_popcnt_u64(ends);
+            if (!bad && ends && !(taken == 64 && lead >> 63) && (!write || run.outEnd - o >= n)) {
+                if (write) {
+                    const __m512i b1 = _mm512_maskz_mov_epi8(trail, before);
+                    const __m512i low =
+                        _mm512_ternarylogic_epi32(_mm512_mask_sub_epi8(in, trail, in, bytes(0x80)),
+                                                  _mm512_slli_epi16(b1, 6), bytes(0xC0), 0xF8); // a | b & c
+                    putUnits(o, n, low, _mm512_and_si512(_mm512_srli_epi16(b1, 2), bytes(0x07)), ends, 0);
+                    o += n;
+                }
+                units += n;
+                p += taken;
+                continue;
+            }
+        }
+        const Block block = examine(in, before, nonAscii, here, trailAfter);
         if (!block.taken)
             break;
         const long n = _mm_popcnt_u64(block.ends);
@@ -166,20 +210,7 @@ template <bool write> ZTREE_AVX512 inline void decodeAll(DecodeRun& run) noexcep
             high = _mm512_mask_mov_epi8(high, block.high << 1, trailing);
             high = _mm512_mask_mov_epi8(high, block.high, _mm512_and_si512(lead, bytes(7)));
         }
-        low = _mm512_permutexvar_epi64(interleave, _mm512_maskz_compress_epi8(block.ends, low));
-        high = _mm512_permutexvar_epi64(interleave, _mm512_maskz_compress_epi8(block.ends, high));
-        __m512i w0 = _mm512_unpacklo_epi8(low, high);
-        __m512i w1 = _mm512_unpackhi_epi8(low, high);
-        if (block.high) {
-            const Mask highs = _pext_u64(block.high, block.ends);
-            const __m512i base = _mm512_set1_epi16(static_cast<short>(0xD7C0));
-            w0 = _mm512_mask_add_epi16(w0, static_cast<__mmask32>(highs), w0, base);
-            w1 = _mm512_mask_add_epi16(w1, static_cast<__mmask32>(highs >> 32), w1, base);
-        }
-        const Mask written = lowest(n);
-        _mm512_mask_storeu_epi16(o, static_cast<__mmask32>(written), w0);
-        if (n > 32)
-            _mm512_mask_storeu_epi16(o + 32, static_cast<__mmask32>(written >> 32), w1);
+        putUnits(o, n, low, high, block.ends, block.high ? _pext_u64(block.high, block.ends) : 0);
         o += n;
         p += block.taken;
     }
