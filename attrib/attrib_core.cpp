@@ -93,16 +93,6 @@ bool equalNames(const zwchar* a, int na, const zwchar* b, int nb) noexcept
     return equalFolded(a, na, b, nb);
 }
 
-template <class Kind> typename Kind::Char* AttribCore<Kind>::duplicate(const Ch* text, int length)
-{
-    Ch* copy = platform::allocArray<Ch>(static_cast<std::size_t>(length) + 1);
-    if (!copy)
-        throw structExcept(ztree::errMemory);
-    std::copy_n(text, length, copy);
-    copy[length] = 0;
-    return copy;
-}
-
 template <class Kind> void AttribCore<Kind>::take(Text& field, Ch* text, int length) noexcept
 {
     drop(field);

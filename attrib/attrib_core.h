@@ -161,7 +161,6 @@ private:
         field = Text();
     }
     static void take(Text& field, Ch* text, int length) noexcept;
-    static Ch* duplicate(const Ch* text, int length);
     static Ch* readField(std::istream& in, int& length);
 };
 

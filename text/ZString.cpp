@@ -59,19 +59,20 @@ ZString::ZString(char c) : ZString(nullptr)
 // --- setting ---
 int ZString::set(const char* s, int len, unsigned int codepage)
 {
-    if (!s || (!*s && len < 1)) {
+    // Behind a length of 0 there need not be a unit to look at, but for the own text, which stays.
+    if (!s || (len < 1 && ((len == 0 && s != getBuffer()) || !*s))) {
         clear();
         return 0;
     }
-    return m_pImpl || len != 0 ? getInstance()->set(s, len, codepage) : 0;
+    return getInstance()->set(s, len, codepage);
 }
 int ZString::set(const zwchar* s, int len, unsigned int codepage)
 {
-    if (!s || (!*s && len < 1)) {
+    if (!s || len == 0 || (len < 0 && !*s)) {
         clear();
         return 0;
     }
-    return m_pImpl || len != 0 ? getInstance()->setWide(s, len, codepage) : 0;
+    return getInstance()->setWide(s, len, codepage);
 }
 int ZString::set(const unsigned short* s, int len, unsigned int codepage)
 {

@@ -65,11 +65,11 @@ ZStringW::ZStringW(zwcharOther c) : ZStringW(nullptr)
 // --- setting ---
 int ZStringW::set(const zwchar* s, int len)
 {
-    if (!s || (!*s && len < 1)) {
+    if (!s || (len < 1 && ((len == 0 && s != getBuffer()) || !*s))) { // as in the narrow string
         clear();
         return 0;
     }
-    return m_pImpl || len != 0 ? getInstance()->set(s, len) : 0;
+    return getInstance()->set(s, len);
 }
 int ZStringW::set(const unsigned short* s, int len)
 {
@@ -82,7 +82,7 @@ int ZStringW::set(const zwcharOther* s, int len)
 }
 int ZStringW::set(const char* s, int len, unsigned int codepage)
 {
-    if (!s || (!*s && len < 1))
+    if (!s || len == 0 || (len < 0 && !*s))
         clear();
     else
         convertFrom(codepage, s, len);

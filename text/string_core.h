@@ -38,6 +38,18 @@ template <class Ch> int textLength(const Ch* s);
 /// Decimal digits of value into out (room for 12), returns how many units.
 template <class Ch> int decimalText(int value, Ch* out) noexcept;
 
+/// n units in a block of their own from platform::heapAlloc, with a terminator. Throws structExcept
+/// 0x84201001.
+template <class Ch> Ch* duplicate(const Ch* text, int n)
+{
+    Ch* copy = platform::allocArray<Ch>(static_cast<std::size_t>(n) + 1);
+    if (!copy)
+        throwNoMemory();
+    std::memcpy(copy, text, static_cast<std::size_t>(n) * sizeof(Ch));
+    copy[n] = 0;
+    return copy;
+}
+
 /// Text, sharing and editing. Shells check what the text may be; here s is not null and lengths are counted.
 template <class Ch> class StringCore : public ztree::detail::StringFields<Ch> {
 public:

@@ -2,6 +2,7 @@
 
 #include "attrib/stream_io.h"
 #include "platform/work_stack.h"
+#include "text/string_core.h"
 
 #include <ztree/runtime.h>
 
@@ -29,16 +30,6 @@ constexpr int maxSuffix = 255;
 constexpr int indexFrom = 16;
 
 template <class Ch> constexpr Ch noText = 0;
-
-template <class Ch> Ch* duplicate(const Ch* text, int n)
-{
-    Ch* copy = platform::allocArray<Ch>(static_cast<std::size_t>(n) + 1);
-    if (!copy)
-        throwMemory();
-    std::copy_n(text, n, copy);
-    copy[n] = 0;
-    return copy;
-}
 
 // Bases of names with a suffix are equal ignoring ASCII case, for both widths.
 template <class Ch> bool equalBases(const Ch* a, int na, const Ch* b, int nb) noexcept

@@ -193,16 +193,6 @@ template <class Kind> int XmlTagCore<Kind>::lengthOf(const Ch* text)
     return ::textLength(text);
 }
 
-template <class Kind> typename Kind::Char* XmlTagCore<Kind>::duplicate(const Ch* text, int n)
-{
-    Ch* copy = platform::allocArray<Ch>(static_cast<std::size_t>(n) + 1);
-    if (!copy)
-        throw structExcept(ztree::errMemory);
-    std::copy_n(text, n, copy);
-    copy[n] = 0;
-    return copy;
-}
-
 template <class Kind> void XmlTagCore<Kind>::setText(const Ch* text, int n)
 {
     Ch* copy = text && n > 0 ? duplicate(text, n) : nullptr;

@@ -86,7 +86,6 @@ private:
         std::uint16_t value;
         std::uint16_t valueLength;
     };
-    static Ch* duplicate(const Ch* text, int n);
     void setName(const Ch* name, int n);
     void dropName() noexcept;
     void dropText() noexcept;
