@@ -5,7 +5,7 @@ int main()
 {
     ZString text("<order id='7'><item>nut</item><item>bolt</item></order>\n\n");
     ZTree order;
-    ztree::readXml(text.getBuffer(), text.length(), order);
+    ztree::readXml(text.getBuffer(), order);
     ztree::set(order, "item[2]/@count", ztree::get<int>(order, "@id", 0) * 6);
     ztree::writeXml(order, text);
     std::cout << text.getBuffer();

@@ -21,7 +21,7 @@ struct Server {
     {
         ZTree request;
         ztree::XmlError e;
-        if (!ztree::readXml(text.data(), text.size(), request, &e)) {
+        if (!ztree::readXml(text, request, &e)) {
             ztree::log(log, logError, "{}:{}: {}", e.line, e.column, e.message);
             return false;
         }

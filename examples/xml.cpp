@@ -14,7 +14,7 @@ void read(std::string_view text)
 {
     ZTree tree;
     ztree::XmlError error;
-    if (ztree::readXml(text.data(), text.size(), tree, &error))
+    if (ztree::readXml(text, tree, &error))
         std::printf("<%s> with %d children\n", tree.root()->getName(), tree.root()->getChildCount());
     else
         std::printf("%d:%d: %s\n", error.line, error.column, error.message);
@@ -33,7 +33,7 @@ int main()
     // Read, change, write: text between elements, attributes and their order stay as they are.
     const std::string_view note = "<note lang='en'>Use <b>two</b> nuts &amp; a <i>bolt</i>.</note>";
     ZTree tree;
-    ztree::readXml(note.data(), note.size(), tree);
+    ztree::readXml(note, tree);
     ztree::set(tree, "b", "three");
     ZString text;
     ztree::writeXml(tree, text, nullptr, ztree::XmlStyle{-1, false});
