@@ -63,9 +63,29 @@ public:
         return p;
     }
 
-private:
     static constexpr int lanes = 16 / sizeof(Ch);
+    /// For the usual token, short and among few kinds of delimiters: copies the `lanes` units at p, which
+    /// must all be there, to `to`; true when one of them is a delimiter and another one behind it is none.
+    /// Then `length` units stand before the first one, and `past` before that other one. 1 to 4 delimiters.
+    bool copyShort(const Ch* p, Ch* to, int& length, int& past) const noexcept
+    {
+#if defined(__SSE2__)
+        const unsigned hits = hitsIn<4>(p);
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(to), blockAt(p));
+        if (!hits)
+            return false;
+        const unsigned lowest = hits & (0u - hits);
+        const int end = __builtin_ctz(hits + lowest); // the carry ends behind the first run
+        length = __builtin_ctz(hits) / static_cast<int>(sizeof(Ch));
+        past = end / static_cast<int>(sizeof(Ch));
+        return end < 16;
+#else
+        static_cast<void>(p), static_cast<void>(to), static_cast<void>(length), static_cast<void>(past);
+        return false;
+#endif
+    }
 
+private:
     // Half of the blocks are looked at when that is enough, so the others stay as they are.
     void fillRest() noexcept
     {
@@ -83,6 +103,10 @@ private:
         ++m_count;
     }
 #if defined(__SSE2__)
+    static __m128i blockAt(const Ch* p) noexcept
+    {
+        return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+    }
     void fill(int i, Ch c) noexcept
     {
         __m128i v;

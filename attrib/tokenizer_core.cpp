@@ -53,7 +53,7 @@ template <class Kind> void TokenizerCore<Kind>::init(const Ch* text, int length,
     m_sepSet = FewDelimiters<Ch>(orEmpty(m_seps));
     setText(std::move(newText), 0);
     m_split = split;
-    m_mode = mode;
+    setMode(mode);
 }
 
 template <class Kind> void TokenizerCore<Kind>::assign(const TokenizerCore& other)
@@ -63,7 +63,7 @@ template <class Kind> void TokenizerCore<Kind>::assign(const TokenizerCore& othe
     m_seps = std::move(seps);
     m_sepSet = other.m_sepSet;
     setText(std::move(text), static_cast<int>(other.m_at - other.m_text.getBuffer()));
-    m_mode = other.m_mode;
+    setMode(other.m_mode);
     m_split = other.m_split;
 }
 
@@ -72,6 +72,7 @@ template <class Kind> void TokenizerCore<Kind>::setSeps(const Ch* seps)
     String fresh(seps ? seps : Kind::seps());
     m_seps = std::move(fresh);
     m_sepSet = FewDelimiters<Ch>(orEmpty(m_seps));
+    noteQuick();
 }
 
 template <class Kind> void TokenizerCore<Kind>::setText(String&& text, int position) noexcept
@@ -186,9 +187,10 @@ template <class Kind> void TokenizerCore<Kind>::makeTokenRoom(int length)
     platform::heapFree(m_token);
     m_token = fresh;
     m_tokenRoom = static_cast<int>(room - 1);
+    noteQuick();
 }
 
-template <class Kind> const typename Kind::Char* TokenizerCore<Kind>::next(const Ch* delims, int mode)
+template <class Kind> const typename Kind::Char* TokenizerCore<Kind>::nextOfAny(const Ch* delims, int mode)
 {
     const Piece piece = cut(delims, mode);
     if (!piece.text) {

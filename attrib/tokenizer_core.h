@@ -42,7 +42,11 @@ public:
     const String& text() const noexcept { return m_text; }
     void setSeps(const Ch* seps);
     const Ch* seps() const noexcept { return orEmpty(m_seps); }
-    void setMode(int mode) noexcept { m_mode = mode; }
+    void setMode(int mode) noexcept
+    {
+        m_mode = mode;
+        noteQuick();
+    }
     int mode() const noexcept { return m_mode; }
     bool hasMore() const noexcept { return m_at < m_end && m_sepSet.count() > 0; }
     int skip(const Ch* chars) noexcept;
@@ -67,7 +71,18 @@ public:
         m_split = piece.split;
     }
     /// Cuts, keeps the token and returns it; null for an empty text.
-    const Ch* next(const Ch* delims, int mode);
+    const Ch* next(const Ch* delims, int mode)
+    {
+        int length = 0;
+        int past = 0;
+        if (Kind::strictLines || delims || mode >= 0 || m_at >= m_quickEnd ||
+            !m_sepSet.copyShort(m_at, m_token, length, past))
+            return nextOfAny(delims, mode);
+        m_token[length] = 0;
+        m_split = m_at[length];
+        m_at += past;
+        return m_token;
+    }
 
 private:
     static const Ch* orEmpty(const String& s) noexcept
@@ -79,11 +94,20 @@ private:
     template <class Set> Piece cutBy(const Set& set, bool given, int mode) const noexcept;
     [[gnu::noinline]] Piece cutByOthers(const Ch* delims, int mode) const noexcept;
     const Ch* passSeps(const Ch* p) const noexcept;
+    [[gnu::noinline]] const Ch* nextOfAny(const Ch* delims, int mode);
     void makeTokenRoom(int length);
+    void noteQuick() noexcept
+    {
+        constexpr int block = FewDelimiters<Ch>::lanes;
+        const bool quick = m_mode == 0 && m_sepSet.count() > 0 && m_sepSet.count() <= 4 &&
+                           m_tokenRoom > block && m_end - m_at >= block;
+        m_quickEnd = quick ? m_end - block + 1 : nullptr;
+    }
 
     // The text is never changed while it is held, so that its parts stay where they are.
     const Ch* m_at = nullptr; // the next unread unit
     const Ch* m_end = nullptr;
+    const Ch* m_quickEnd = nullptr; // tokens that begin before it may be cut by FewDelimiters::copyShort
     Ch* m_token = nullptr;
     int m_tokenRoom = 0;
     int m_mode = 0;
