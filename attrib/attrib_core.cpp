@@ -164,6 +164,8 @@ template <class Kind> void AttribCore<Kind>::assign(Impl*& to, const Impl* from)
 {
     if (to == from)
         return;
+    if (to)
+        to->changes();
     if (!from) {
         drop(to->name);
         drop(to->value);
@@ -180,12 +182,16 @@ template <class Kind>
 void AttribCore<Kind>::setField(Impl*& impl, Text AttribFields<Ch>::*field, const Ch* text)
 {
     if (!text) {
-        if (impl)
+        if (impl) {
+            impl->changes();
             drop(impl->*field);
+        }
         return;
     }
     if (impl && text == (impl->*field).text)
         return;
+    if (impl)
+        impl->changes();
     const int length = textLength(text);
     if (length == 0) {
         drop(need(impl)->*field);
@@ -266,6 +272,7 @@ template <class Kind> int AttribCore<Kind>::load(Impl*& impl, std::istream& in)
     if (!impl && !name && !value)
         return 0;
     need(impl);
+    impl->changes();
     impl->tellOwner();
     take(impl->name, name.release(), nameLength);
     take(impl->value, value.release(), valueLength);

@@ -5,6 +5,7 @@
 
 #include <ztree/attributes.h>
 
+#include <atomic>
 #include <cstring>
 #include <iosfwd>
 
@@ -69,12 +70,23 @@ template <class Ch> struct AttribFields : platform::HeapObject {
     // Bytes from a flag of whoever owns the block up to here, 0 for no flag: set once a text has a block of
     // its own.
     std::uint32_t ownerFlag = 0;
+    // Counts changes of texts that somebody goes by without being told, in all attributes marked so.
+    static std::atomic<std::uint32_t> watchedChanges;
+    bool watched = false;
+    /// Before a text changes.
+    void changes() noexcept
+    {
+        if (watched)
+            watchedChanges.fetch_add(1, std::memory_order_release);
+    }
     void tellOwner() noexcept
     {
         if (ownerFlag)
             *reinterpret_cast<std::uint8_t*>(reinterpret_cast<std::uintptr_t>(this) - ownerFlag) = 1;
     }
 };
+
+template <class Ch> inline std::atomic<std::uint32_t> AttribFields<Ch>::watchedChanges{0};
 
 struct NarrowAttrib {
     using Char = char;
@@ -146,6 +158,12 @@ template <class Kind> struct AttribCore {
     }
     static const Impl* of(const Attrib& attrib) noexcept { return attrib.m_pImpl; }
     static void dispose(Impl* impl) noexcept;
+    /// From now on changes of its texts count in watchedChanges.
+    static void watch(const Attrib& attrib) noexcept
+    {
+        if (attrib.m_pImpl)
+            attrib.m_pImpl->watched = true;
+    }
     static void assign(Impl*& to, const Impl* from);
     static void setField(Impl*& impl, Text AttribFields<Ch>::*field, const Ch* text);
     static int compare(const Attrib* a, const Attrib* b) noexcept;

@@ -224,8 +224,11 @@ template <class Kind> void AttribListCore<Kind>::remove(const Ch* name) noexcept
     if (found < 0)
         return;
     Attrib* attrib = at(found);
+    if (m_index && found == size() - 1)
+        m_index->dropLast(size(), hashOf(nameOf(found)));
+    else
+        forgetIndex();
     m_entries.removeAt(found);
-    forgetIndex();
     delete attrib;
 }
 

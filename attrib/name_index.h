@@ -68,6 +68,27 @@ public:
         m_scanned.fetch_add(i, std::memory_order_relaxed);
         return i < count ? i : -1;
     }
+    /// The last of `count` entries, which has that hash, is about to go.
+    void dropLast(int count, std::uint32_t hash) noexcept
+    {
+        const int last = count - 1;
+        const int covered = m_covered.load(std::memory_order_relaxed);
+        if (covered >= 0 && covered <= last)
+            return;
+        Bucket* const bucket = covered == count ? &m_buckets[hash & m_mask] : nullptr;
+        if (last == 0 || !bucket || bucket->last != last) {
+            forget();
+            return;
+        }
+        bucket->last = m_previous[last];
+        if (bucket->last < 0)
+            bucket->first = -1;
+        else
+            m_next[bucket->last] = -1;
+        m_covered.store(last, std::memory_order_relaxed);
+    }
+    /// Whether the chains hold entries.
+    bool hasChains() const noexcept { return m_covered.load(std::memory_order_acquire) > 0; }
     void forget() noexcept
     {
         m_covered.store(0, std::memory_order_relaxed);
@@ -116,6 +137,7 @@ private:
             }
             Bucket& bucket = m_buckets[hash & m_mask];
             m_next[i] = -1;
+            m_previous[i] = bucket.last;
             if (bucket.first < 0)
                 bucket.first = i;
             else
@@ -131,7 +153,7 @@ private:
         while (buckets < static_cast<std::size_t>(count) * 2)
             buckets *= 2;
         Bucket* freshBuckets = platform::allocArray<Bucket>(buckets);
-        std::int32_t* freshNext = platform::allocArray<std::int32_t>(buckets);
+        std::int32_t* freshNext = platform::allocArray<std::int32_t>(buckets * 2);
         if (!freshBuckets || !freshNext) {
             platform::heapFree(freshBuckets);
             platform::heapFree(freshNext);
@@ -141,6 +163,7 @@ private:
         platform::heapFree(m_next);
         m_buckets = freshBuckets;
         m_next = freshNext;
+        m_previous = freshNext + buckets;
         m_mask = static_cast<std::uint32_t>(buckets - 1);
         m_room = static_cast<int>(std::min<std::size_t>(buckets, INT32_MAX));
         return true;
@@ -148,7 +171,8 @@ private:
     static std::atomic_flag s_busy;
 
     Bucket* m_buckets = nullptr;
-    std::int32_t* m_next = nullptr;
+    std::int32_t* m_next = nullptr;     // in the chain, -1 at its end
+    std::int32_t* m_previous = nullptr; // in the same block
     std::uint32_t m_mask = 0;
     int m_room = 0;
     std::atomic<int> m_covered{0}; // entries in the chains, or refused

@@ -301,8 +301,10 @@ template <class Kind> void BranchCore<Kind>::letGo(const Branch* holder) noexcep
 
 template <class Kind> void BranchCore<Kind>::forgetChildren() noexcept
 {
-    if (m_extra && m_extra->childIndex)
-        m_extra->childIndex->forget();
+    if (m_extra && m_extra->childIndex) {
+        m_extra->childIndex->byBase.forget();
+        m_extra->childIndex->byRel.forget();
+    }
 }
 
 template <class Kind> void BranchCore<Kind>::setParent(Branch* parent) noexcept
@@ -596,7 +598,7 @@ template <class Kind> int BranchCore<Kind>::findChild(const NameQuery<Ch>& query
         const Branch* child = m_children.begin()[i];
         return child && of(child)->equals(query) > 0;
     };
-    NameIndex* index = m_extra ? m_extra->childIndex : nullptr;
+    ChildIndex* index = m_extra ? m_extra->childIndex : nullptr;
     if (!index || count <= indexFrom) {
         for (int i = 0; i < count; ++i)
             if (matches(i))
@@ -606,20 +608,70 @@ template <class Kind> int BranchCore<Kind>::findChild(const NameQuery<Ch>& query
     const int baseLength = query.suffix ? query.baseLength : query.length;
     if (baseLength < 1)
         return -1;
-    return index->find(
-        count, foldedHash(query.text, baseLength),
-        [&](int i, std::uint32_t& hash) {
-            // A branch that may be renamed without this one's knowledge keeps the list unindexed.
-            const Branch* child = m_children.begin()[i];
-            if (!child)
+    const std::uint32_t hash = foldedHash(query.text, baseLength);
+    const std::uint32_t changes = watchedChanges();
+    if (query.suffix &&
+        (!index->byRel.hasChains() || index->changesSeen.load(std::memory_order_relaxed) == changes))
+        return index->byRel.find(
+            count, relHash(hash, query.suffix, query.suffixLength),
+            [&](int i, std::uint32_t& own) {
+                if (i == 0)
+                    index->changesSeen.store(changes, std::memory_order_relaxed);
+                const Branch* child = m_children.begin()[i];
+                if (child && !canBeIndexed(of(child)))
+                    return false;
+                own = child ? of(child)->relHash() : 0;
+                if (child && of(child)->m_rel)
+                    AttribOps::watch(*of(child)->m_rel);
                 return true;
-            const Impl* impl = of(child);
-            if (!(impl->m_bits & held) || impl->m_parent != m_owner || impl->m_flags & 1)
+            },
+            matches);
+    return index->byBase.find(
+        count, hash,
+        [&](int i, std::uint32_t& own) {
+            const Branch* child = m_children.begin()[i];
+            if (child && !canBeIndexed(of(child)))
                 return false;
-            hash = foldedHash(impl->m_name, impl->m_nameLength);
+            own = child ? foldedHash(of(child)->m_name, of(child)->m_nameLength) : 0;
             return true;
         },
         matches);
+}
+
+// A branch that may be renamed without this one's knowledge keeps the list unindexed.
+template <class Kind> bool BranchCore<Kind>::canBeIndexed(const Impl* child) const noexcept
+{
+    return child->m_bits & held && child->m_parent == m_owner && !(child->m_flags & 1);
+}
+
+template <class Kind>
+std::uint32_t BranchCore<Kind>::relHash(std::uint32_t base, const Ch* suffix, int length) noexcept
+{
+    return base * 31 ^ foldedHash(suffix, length);
+}
+
+// As equals() takes it: a bare name counts as index 0.
+template <class Kind> std::uint32_t BranchCore<Kind>::relHash() const noexcept
+{
+    static const Ch zero = '0';
+    const std::uint32_t base = foldedHash(m_name, m_nameLength);
+    return m_rel ? relHash(base, m_rel->getValue(), ztree_impl::valueLength(*m_rel))
+                 : relHash(base, &zero, 1);
+}
+
+// The last child is about to go.
+template <class Kind> void BranchCore<Kind>::indexDropsLast() noexcept
+{
+    if (!m_extra || !m_extra->childIndex)
+        return;
+    ChildIndex& index = *m_extra->childIndex;
+    const int count = m_children.count();
+    const Branch* child = m_children.at(count - 1);
+    index.byBase.dropLast(count, child ? foldedHash(of(child)->m_name, of(child)->m_nameLength) : 0);
+    if (index.changesSeen.load(std::memory_order_relaxed) == watchedChanges())
+        index.byRel.dropLast(count, child ? of(child)->relHash() : 0);
+    else
+        index.byRel.forget();
 }
 
 template <class Kind> void BranchCore<Kind>::adopt(Branch* child)
@@ -629,15 +681,22 @@ template <class Kind> void BranchCore<Kind>::adopt(Branch* child)
     m_children.add(child);
     of(child)->m_parent = m_owner;
     of(child)->m_bits |= held;
-    if (m_children.count() == indexFrom + 1)
+    if (m_children.count() > indexFrom)
         wantIndex();
 }
 
-// Without memory for it the list is scanned.
+// Without memory for it the list is scanned. An index by suffix that changes elsewhere have made useless gets
+// a new chance.
 template <class Kind> void BranchCore<Kind>::wantIndex() noexcept
 {
+    if (m_extra && m_extra->childIndex) {
+        ChildIndex& index = *m_extra->childIndex;
+        if (index.byRel.hasChains() && index.changesSeen.load(std::memory_order_relaxed) != watchedChanges())
+            index.byRel.forget();
+        return;
+    }
     if ((m_extra || (m_extra = new Extra)) && !m_extra->childIndex)
-        m_extra->childIndex = new NameIndex;
+        m_extra->childIndex = new ChildIndex;
 }
 
 template <class Kind> void BranchCore<Kind>::insertChildren(const Insertion* fresh, int n)
@@ -761,9 +820,12 @@ template <class Kind> void BranchCore<Kind>::removeChild(int index) noexcept
     Branch* child = m_children.at(index);
     if (index < 0 || index >= m_children.count())
         return;
+    if (index == m_children.count() - 1)
+        indexDropsLast();
+    else
+        forgetChildren();
     m_children.removeAt(index);
-    forgetChildren();
-    const int link = m_extra ? m_extra->links.find(child) : -1;
+    const int link = m_extra ? m_extra->links.findLast(child) : -1;
     if (link >= 0)
         m_extra->links.removeAt(link);
     else
@@ -813,6 +875,7 @@ template <class Kind> void BranchCore<Kind>::adoptAttrib(Attrib* attrib)
         throwMemory();
     m_attribsChanged = 1;
     if (isRel(attrib->getName())) {
+        forgetInParent();
         m_rel = attrib;
         dropFullName();
     }
@@ -852,6 +915,7 @@ template <class Kind> void BranchCore<Kind>::removeAttrib(int index) noexcept
         return;
     Attrib* gone = attrib(index);
     if (isRel(gone->getName()) || gone == m_rel) {
+        forgetInParent();
         m_rel = nullptr;
         dropFullName();
     }
@@ -938,7 +1002,10 @@ template <class Kind> void BranchCore<Kind>::copyNode(const BranchCore& src)
         setName(src.m_name);
     copyAttribs(src);
     const int rel = findAttrib(Kind::relName());
-    m_rel = rel >= 0 ? attrib(rel) : nullptr;
+    Attrib* const found = rel >= 0 ? attrib(rel) : nullptr;
+    if (found != m_rel)
+        forgetInParent();
+    m_rel = found;
 }
 
 // --- walks ---

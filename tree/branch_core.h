@@ -186,12 +186,19 @@ public:
 
 private:
     using AttribOps = AttribCore<typename Kind::AttribKind>;
+    /// Children by name, and by name and suffix. The latter trusts "Rel" attributes, which callers may change
+    /// without the branch's knowledge: it counts only as long as no such change is known of.
+    struct ChildIndex : platform::HeapObject {
+        NameIndex byBase;
+        NameIndex byRel;
+        std::atomic<std::uint32_t> changesSeen{0}; // when byRel was begun
+    };
     // What few branches need.
     struct Extra : platform::HeapObject {
         Ch* fullName = nullptr;
         Ch* text = nullptr;
-        PtrList<Branch> links;           // the children that are not owned
-        NameIndex* childIndex = nullptr; // made with the 17th child
+        PtrList<Branch> links;            // the children that are not owned
+        ChildIndex* childIndex = nullptr; // made with the 17th child
         ~Extra();
     };
     enum : unsigned char {
@@ -239,6 +246,14 @@ private:
     void forgetInParent() noexcept; // the one this branch stands in
     void letGo(const Branch* holder) noexcept;
     void wantIndex() noexcept;
+    static std::uint32_t watchedChanges() noexcept
+    {
+        return AttribFields<Ch>::watchedChanges.load(std::memory_order_acquire);
+    }
+    bool canBeIndexed(const Impl* child) const noexcept;
+    static std::uint32_t relHash(std::uint32_t base, const Ch* suffix, int length) noexcept;
+    std::uint32_t relHash() const noexcept;
+    void indexDropsLast() noexcept;
     static bool isRel(const Ch* name) noexcept;
     void setRel(const Ch* suffix, int length);
     int appendAttrib(const Attrib& attrib);

@@ -87,6 +87,14 @@ public:
                 return i;
         return -1;
     }
+    /// The index of the last such entry.
+    int findLast(const T* entry) const noexcept
+    {
+        int i = m_count;
+        while (i-- > 0 && slots()[i] != entry) {
+        }
+        return i;
+    }
     void clear() noexcept
     {
         if (m_capacity > 0)

@@ -3,11 +3,14 @@
 
 #include <ztree/tree.h>
 
+#include <algorithm>
 #include <climits>
 #include <cmath>
 #include <limits>
 #include <memory>
+#include <random>
 #include <sstream>
+#include <vector>
 
 namespace {
 
@@ -212,6 +215,65 @@ TYPED_TEST(BranchTwins, manyChildrenAreFoundFirstInOrder)
     EXPECT_EQ(find("renamed"), 199);
     EXPECT_EQ(find("other"), -1);
     b.removeChild(199);
+}
+
+// "Rel" attributes may change behind the branch's back: lookups beside a list kept by hand.
+TYPED_TEST(BranchTwins, suffixesAreFoundWhateverBecomesOfThem)
+{
+    using Branch = typename TypeParam::Branch;
+    using Attrib = typename TypeParam::Attrib;
+    const auto w = &TestFixture::w;
+    std::mt19937 random(1);
+    const auto below = [&random](std::size_t n) { return static_cast<int>(random() % n); };
+    const auto base = [&] { return std::string(1, static_cast<char>('a' + below(2))); };
+    const auto suffix = [&] { return std::to_string(below(60)); };
+    const std::string none = "none";
+    Branch b(w("b").c_str());
+    std::vector<std::pair<std::string, std::string>> names;
+    for (int step = 0; step < 30000; ++step) {
+        const int at = names.empty() ? -1 : below(names.size());
+        Branch* child = b.getChild(at);
+        const int rel = child ? child->findAttrib(w("Rel").c_str()) : -1;
+        switch (below(16)) {
+        case 0:
+        case 1: {
+            names.emplace_back(base(), below(5) ? suffix() : none);
+            const auto& [name, own] = names.back();
+            b.addChild(Branch(w(own == none ? name : name + '(' + own + ')').c_str()), nullptr, false);
+            break;
+        }
+        case 2:
+            if (at >= 0 && names.size() > 40) {
+                const int gone = below(3) ? static_cast<int>(names.size()) - 1 : at;
+                names.erase(names.begin() + gone);
+                b.removeChild(gone);
+            }
+            break;
+        case 3:
+            if (rel >= 0 && below(4) == 0) {
+                int place = 0;
+                const_cast<Attrib*>(child->getFirstAttrib(&place))
+                    ->setValue(w(names[static_cast<std::size_t>(at)].second = suffix()).c_str());
+            } else if (rel >= 0 && below(4) == 0) {
+                child->removeAttrib(rel);
+                names[static_cast<std::size_t>(at)].second = none;
+            } else if (child && rel < 0) {
+                child->addAttrib(Attrib(w("Rel").c_str(),
+                                        w(names[static_cast<std::size_t>(at)].second = suffix()).c_str()),
+                                 true);
+            }
+            break;
+        default: {
+            const std::string name = base(), wanted = suffix();
+            const auto found = std::find_if(names.begin(), names.end(), [&](const auto& n) {
+                return n.first == name && (n.second == wanted || (n.second == none && wanted == "0"));
+            });
+            ASSERT_EQ(b.findChild(w(name + '(' + wanted + ')').c_str()),
+                      found == names.end() ? -1 : static_cast<int>(found - names.begin()))
+                << step;
+        }
+        }
+    }
 }
 
 // Children that were only put in are found fast too, although they name no parent.
