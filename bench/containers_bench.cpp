@@ -1,6 +1,9 @@
 // Pointer arrays beside what the standard library offers for the same work.
 
 #include <benchmark/benchmark.h>
+#include <chrono>
+#include <cstdlib>
+#include <thread>
 #include <ztree/containers.h>
 
 #include <algorithm>
@@ -12,6 +15,14 @@
 #include <vector>
 
 namespace {
+
+// A process with one thread counts and locks without locked instructions; this asks for one with two.
+const bool withThread = [] {
+    if (!std::getenv("ZTREE_BENCH_THREAD"))
+        return false;
+    std::thread([] { std::this_thread::sleep_for(std::chrono::hours(24)); }).detach();
+    return true;
+}();
 
 /// The smallest lock there is: one exchange to enter, a store to leave, no sleeping.
 class SpinLock {

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Turns results of Google Benchmark (JSON) into the table of what is promised and what is aimed at.
 
-    table.py [--markdown] RESULT.json...
+    table.py [--markdown] [PREFIX:]RESULT.json...
 
 A row compares one figure of ztree with peers measured in the same run. Floor and goal are factors of a peer's
 speed, or figures of their own; a row whose peers are not installed says so. Exit code 1 when a floor is missed.
@@ -32,6 +32,8 @@ ROWS = [
     ("string, short copy", "BM_copy<ZString>/10", ("BM_copy<QByteArray>/10", 1), ("BM_copy<std::string>/10", 1)),
     ("string, copy of 1 KB", "BM_copy<ZString>/1000", ("BM_copy<QByteArray>/1000", 1),
      ("BM_copy<QByteArray>/1000", 2)),
+    ("string, copy of 1 KB, a thread beside", "threads:BM_copy<ZString>/1000",
+     ("threads:BM_copy<QByteArray>/1000", 1), None),
     ("append 1 char, 1,000,000 times", "BM_appendChars<ZString>", ("BM_appendChars<QByteArray>", 1),
      ("BM_appendChars<std::string>", 1)),
     ("find a char in 1 MB", "BM_findChar_ZString", ("BM_findChar_string", 0.8), ("BM_findChar_string", 1)),
@@ -46,8 +48,10 @@ ROWS = [
     ("a field of 20 characters converted", "fieldZtree/1", ("fieldIcu/1", 1), 23),
     ("locked add", "add<ZArray>/1000000", ("add<MutexVector>/1000000", 1), ("add<SpinVector>/1000000", 1)),
     ("locked read", "read<ZArray>", ("read<MutexVector>", 1), ("read<SpinVector>", 1)),
-    ("two threads on one array", "twoThreadsRead<ZArray>", ("twoThreadsRead<RecursiveMutexVector>", 0.7),
-     ("twoThreadsRead<RecursiveMutexVector>", 0.7)),
+    ("locked add, a thread beside", "threads:add<ZArray>/1000000", ("threads:add<MutexVector>/1000000", 1), None),
+    ("locked read, a thread beside", "threads:read<ZArray>", ("threads:read<MutexVector>", 1), None),
+    ("two threads on one array", "threads:twoThreadsRead<ZArray>",
+     ("threads:twoThreadsRead<RecursiveMutexVector>", 0.7), ("threads:twoThreadsRead<RecursiveMutexVector>", 0.7)),
     ("sorted insert, 10,000", "insertSorted<Sorted>/10000", ("insertSorted<SortedVector>/10000", 1),
      ("insertSorted<Multiset>/10000", 1)),
     ("sorted search, 10,000", "searchSorted<Sorted>/10000", ("searchSorted<SortedVector>/10000", 1),
@@ -113,6 +117,7 @@ class Result:
 def load(paths):
     found, single = {}, {}
     for path in paths:
+        prefix, _, path = path.rpartition(":")
         with open(path) as f:
             for entry in json.load(f)["benchmarks"]:
                 if entry.get("error_occurred"):
@@ -120,6 +125,7 @@ def load(paths):
                 name = entry.get("run_name", entry["name"])
                 for tail in ("/iterations:", "/manual_time", "/real_time", "/repeats:", "/min_time:"):
                     name = name.split(tail)[0]
+                name = prefix + ":" + name if prefix else name
                 if entry.get("run_type") == "aggregate":
                     if entry["aggregate_name"] == "median":
                         found[name] = Result(entry)
@@ -140,7 +146,7 @@ def judge(ours, bound, results):
     if name in ours.counters:
         return f"{factor} B", ours.counters[name] <= factor
     peer = results.get(name)
-    label = name.replace("BM_", "")
+    label = name.replace("BM_", "").replace("threads:", "")
     if not peer:
         return f"{label}: not measured", None
     ratio = ours.speed(peer) / peer.speed(ours)
