@@ -33,8 +33,7 @@ CsvReader::~CsvReader()
 
 int CsvReader::setCodepage(unsigned int codepage) noexcept
 {
-    constexpr unsigned utf16 = 1200, utf16Swapped = 1201, utf32 = 12000, utf32Swapped = 12001;
-    if (codepage == utf16 || codepage == utf16Swapped || codepage == utf32 || codepage == utf32Swapped)
+    if (!ztree_impl::isFilePage(codepage))
         return static_cast<int>(errInvalidArg);
     m_pImpl->page = codepage;
     return 0;

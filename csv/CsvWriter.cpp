@@ -230,6 +230,8 @@ CsvWriter::~CsvWriter()
 
 int CsvWriter::setCodepage(unsigned int codepage) noexcept
 {
+    if (!isFilePage(codepage))
+        return static_cast<int>(errInvalidArg);
     m_pImpl->setPage(codepage);
     return 0;
 }

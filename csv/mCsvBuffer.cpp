@@ -214,11 +214,12 @@ int mCsvBuffer::addFields(const Field** list, int count)
         Slot& slot = m_slots[place - ids];
         // Kept: a definition of the same class stays as it is; callers clear the list to replace it.
         if (!slot.field || typeid(*slot.field) != typeid(*field)) {
-            delete slot.field;
-            slot.field = field->clone();
-            if (!slot.field)
+            csvField* const copy = field->clone();
+            if (!copy)
                 return noMemory;
-            slot.kind = kindOf(*slot.field);
+            delete slot.field;
+            slot.field = copy;
+            slot.kind = kindOf(*copy);
         }
         slot.field->setParent(m_owner);
     }

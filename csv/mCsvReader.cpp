@@ -144,6 +144,8 @@ int mCsvReader::begin() noexcept
     m_afterCr = false;
     m_count = 0;
     m_recordLine = m_recordOffset = m_records = 0;
+    m_again = false;
+    m_goOn = nullptr;
     dropNames();
     return 0;
 }
@@ -183,7 +185,8 @@ int mCsvReader::openText(std::string_view text)
 
 void mCsvReader::close() noexcept
 {
-    m_isOpen = false;
+    m_isOpen = m_again = false;
+    m_goOn = nullptr;
     m_count = 0;
     m_at = m_end = m_buffer;
     m_file = platform::File();
@@ -330,13 +333,14 @@ bool mCsvReader::cutLine(char*& p, bool& ok) noexcept
     if (end == m_end && !m_ended)
         return false;
     while (p != end && m_lineRules.splits.count() > 0) {
-        char* const begin = p;
-        const Column<char> column = cutColumn(p, end, m_lineRules);
         Cell* cell = addCell();
         if (!cell) {
+            m_goOn = p;
             ok = false;
             return true;
         }
+        char* const begin = p;
+        const Column<char> column = cutColumn(p, end, m_lineRules);
         *cell = {begin, column.end, 0, false, QuoteFault::none, false};
     }
     m_openEnd = end != m_at && end[-1] == m_lineRules.separator;
@@ -346,10 +350,15 @@ bool mCsvReader::cutLine(char*& p, bool& ok) noexcept
     return true;
 }
 
-// Cuts the next record: 1, 0 at the end.
+// Cuts the next record: 1, 0 at the end; 2: it was cut before.
 int mCsvReader::cut() noexcept
 {
-    m_count = 0;
+    if (m_again) {
+        m_again = false;
+        return 2;
+    }
+    if (!m_goOn)
+        m_count = 0;
     if (!m_isOpen)
         return badArgument;
     for (;;) {
@@ -366,16 +375,21 @@ int mCsvReader::cut() noexcept
         passLineEnds();
         if (m_at == m_end && m_ended)
             return 0;
-        m_count = 0;
+        if (!m_goOn)
+            m_count = 0;
         m_faults = m_openEnd = false;
-        char* p = m_at;
+        char* p = m_goOn ? m_goOn : m_at;
         bool ok = true;
         const std::uint64_t line = m_line;
         const bool afterCr = m_afterCr;
         m_afterCr = false;
         if (m_at != m_end && (m_quoting ? cutRecord(p, ok) : cutLine(p, ok))) {
-            if (!ok)
+            if (!ok) {
+                m_line = line;
+                m_afterCr = afterCr;
                 return noMemory;
+            }
+            m_goOn = nullptr;
             m_recordLine = line;
             m_recordOffset = m_done - static_cast<std::uint64_t>(m_end - m_at);
             m_record = m_at;
@@ -498,22 +512,27 @@ int mCsvReader::read(void* record)
     int result = cut();
     if (result <= 0)
         return result;
-    ++m_records;
     if (m_others)
         m_fields.relocate(record);
-    if (m_faults && (result = reportQuotes()) != 0)
-        return result;
-    for (int i = 0; i < m_bindingCount; ++i)
-        if ((result = storeCell(m_bindings[i], static_cast<char*>(record))) != 0)
+    if (result == 1) {
+        ++m_records;
+        m_nextBinding = 0;
+        if (m_faults && (result = reportQuotes()) != 0)
             return result;
+    }
+    for (; m_nextBinding < m_bindingCount; ++m_nextBinding)
+        if ((result = storeCell(m_bindings[m_nextBinding], static_cast<char*>(record))) != 0) {
+            m_again = result == noMemory;
+            return result;
+        }
     return 1;
 }
 
 int mCsvReader::readColumns()
 {
     const int result = cut();
-    if (result <= 0)
-        return result;
+    if (result != 1)
+        return std::min(result, 1);
     ++m_records;
     const int reported = m_faults ? reportQuotes() : 0;
     return reported ? reported : 1;
@@ -575,8 +594,11 @@ int mCsvReader::readHeader()
     if (found <= 0)
         return found;
     const int kept = keepNames();
-    if (kept != 0)
+    if (kept != 0) {
+        m_again = true;
+        m_nextBinding = 0;
         return kept;
+    }
     const int bound = bindNames();
     return bound ? bound : 1;
 }

@@ -120,6 +120,12 @@ private:
     const char* m_record = nullptr; // in the buffer
     std::uint64_t m_records = 0;
 
+    // Where a call that found no memory goes on when it is repeated: nothing is lost, and columns whose
+    // escapes were resolved in place are not looked at again.
+    bool m_again = false;   // the record that was cut last is still to be taken
+    int m_nextBinding = 0;  // of that record
+    char* m_goOn = nullptr; // in a line of which m_count columns are cut
+
     char* m_names = nullptr; // one behind the other
     std::size_t* m_nameEnds = nullptr;
     int m_nameCount = 0;

@@ -33,6 +33,14 @@ constexpr bool holdsAscii(unsigned page) noexcept
            (page >= 28591 && page <= 28605) || page == 437 || page == 850 || page == 852 || page == 866;
 }
 
+/// Whether text can be read and written in this code page: one that is known, and whose units are bytes.
+inline bool isFilePage(unsigned page) noexcept
+{
+    constexpr zwchar unit = 'a';
+    char bytes[8];
+    return platform::toNarrow(page, &unit, 1, bytes, sizeof bytes) == 1;
+}
+
 /// Whether n bytes of one code page are the same text in the other.
 inline bool isSameText(const char* s, std::size_t n, unsigned page, unsigned other) noexcept
 {

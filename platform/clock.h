@@ -1,7 +1,8 @@
 #pragma once
 // The clock, and a fake of it for tests.
 
-#include <ztree/types.h>
+#include "platform/test_api.h"
+
 #include <ztree/winnames.h>
 
 namespace platform {
@@ -15,7 +16,7 @@ SYSTEMTIME localTime() noexcept;
 std::uint64_t fileTime(const SYSTEMTIME& t) noexcept;
 
 /// Fixes what the clock and threadId() answer, in all threads. Not to be switched while others read.
-struct ZTREE_API FakeClock {
+struct ZTREE_TEST_API FakeClock {
     static void set(const SYSTEMTIME& utc, const SYSTEMTIME& local) noexcept;
     static void setThread(std::uint32_t id) noexcept;
     /// Back to the real ones.

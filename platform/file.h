@@ -123,7 +123,12 @@ inline unsigned injectedFileError() noexcept
     if (!hook::fails(Site::file))
         return 0;
     const unsigned error = Hooks::fileError();
-    return error ? error : 31; // "a device does not work"
+    return error && error != Hooks::endsEarly ? error : 31; // "a device does not work"
+}
+/// What a read that has to fail with this code reports.
+inline unsigned readError(unsigned injected) noexcept
+{
+    return injected && Hooks::fileError() == Hooks::endsEarly ? 0 : injected;
 }
 
 } // namespace platform

@@ -115,7 +115,7 @@ unsigned File::read(void* buffer, std::size_t room, std::size_t* got) noexcept
     *got = 0;
     const unsigned error = injectedFileError();
     if (error)
-        return error;
+        room = Hooks::movedBytes(room);
     while (*got < room) {
         const ssize_t n = ::read(descriptor(m_handle), static_cast<char*>(buffer) + *got, room - *got);
         if (n == 0)
@@ -125,7 +125,7 @@ unsigned File::read(void* buffer, std::size_t room, std::size_t* got) noexcept
         else if (errno != EINTR)
             return errorFromErrno(errno);
     }
-    return 0;
+    return readError(error);
 }
 
 unsigned File::write(const void* data, std::size_t bytes) noexcept
@@ -137,9 +137,9 @@ unsigned File::write(const void* data, std::size_t bytes) noexcept
 // The system appends what one call brings as one piece.
 unsigned File::append(const void* data, std::size_t bytes, std::size_t* written) noexcept
 {
-    *written = 0;
     const unsigned error = injectedFileError();
-    return error ? error : appendNow(data, bytes, written);
+    const unsigned writing = appendNow(data, error ? Hooks::movedBytes(bytes) : bytes, written);
+    return error ? error : writing;
 }
 
 unsigned File::appendNow(const void* data, std::size_t bytes, std::size_t* written) noexcept

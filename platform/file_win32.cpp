@@ -82,7 +82,7 @@ unsigned File::read(void* buffer, std::size_t room, std::size_t* got) noexcept
     *got = 0;
     const unsigned error = injectedFileError();
     if (error)
-        return error;
+        room = Hooks::movedBytes(room);
     while (*got < room) {
         DWORD n = 0;
         if (!ReadFile(m_handle, static_cast<char*>(buffer) + *got, step(room - *got), &n, nullptr)) {
@@ -93,29 +93,27 @@ unsigned File::read(void* buffer, std::size_t room, std::size_t* got) noexcept
             break;
         *got += n;
     }
-    return 0;
+    return readError(error);
 }
 
 unsigned File::write(const void* data, std::size_t bytes) noexcept
 {
     std::size_t written;
     const unsigned error = injectedFileError();
-    return error ? error : appendNow(data, bytes, &written);
+    const unsigned writing = appendNow(data, error ? Hooks::movedBytes(bytes) : bytes, &written);
+    return error ? error : writing;
 }
 
 unsigned File::append(const void* data, std::size_t bytes, std::size_t* written) noexcept
 {
-    *written = 0;
-    unsigned error = injectedFileError();
-    if (error)
-        return error;
+    const unsigned injected = injectedFileError();
     // Not every file system appends as one piece by itself. What cannot be locked, such as a pipe, has
     // no end to agree on either.
     const bool locked = lockRange(m_handle, appendLock);
-    error = appendNow(data, bytes, written);
+    const unsigned error = appendNow(data, injected ? Hooks::movedBytes(bytes) : bytes, written);
     if (locked)
         unlockRange(m_handle, appendLock);
-    return error;
+    return injected ? injected : error;
 }
 
 unsigned File::appendNow(const void* data, std::size_t bytes, std::size_t* written) noexcept

@@ -41,7 +41,7 @@ inline void give(void* block) noexcept
 
 void* heapAlloc(std::size_t bytes) noexcept
 {
-    if (hook::fails(Site::heap))
+    if (hook::fails(Site::heap, __builtin_return_address(0)))
         return nullptr;
     void* block = take(bytes);
     if (block && hook::isActive())
@@ -53,7 +53,7 @@ void* heapResize(void* block, std::size_t bytes) noexcept
 {
     if (!block)
         return heapAlloc(bytes);
-    if (hook::fails(Site::heap))
+    if (hook::fails(Site::heap, __builtin_return_address(0)))
         return nullptr;
     return resize(block, bytes);
 }

@@ -10,10 +10,10 @@
 namespace platform {
 
 /// A block of at least `bytes` bytes aligned for any object, or null; 0 bytes are a valid block.
-/// Exported with the two below for the inline `operator new` of public classes and for tests.
+/// Exported with heapFree() for the inline `operator new` and `delete` of public classes.
 ZTREE_API void* heapAlloc(std::size_t bytes) noexcept;
 /// realloc: null leaves the old block as it was. A null block is a plain heapAlloc.
-ZTREE_API void* heapResize(void* block, std::size_t bytes) noexcept;
+void* heapResize(void* block, std::size_t bytes) noexcept;
 ZTREE_API void heapFree(void* block) noexcept;
 
 /// An array of n zeroed objects, or null also for an n that no memory could hold: array new would

@@ -14,6 +14,8 @@ struct SiteState {
 SiteState s_sites[3];
 std::atomic<long> s_live{0};
 std::atomic<unsigned> s_fileError{0};
+std::atomic<bool> s_halfway{false};
+std::atomic<Hooks::Witness> s_witness{nullptr};
 SiteState& at(Site site) noexcept
 {
     return s_sites[static_cast<int>(site)];
@@ -23,14 +25,17 @@ SiteState& at(Site site) noexcept
 namespace hook {
 std::atomic<bool> active{false};
 
-bool slowFails(Site site) noexcept
+bool slowFails(Site site, const void* caller) noexcept
 {
     SiteState& s = at(site);
     const long call = s.calls.fetch_add(1) + 1;
     const long nth = s.nth.load();
     const bool fail = nth != 0 && (s.onward.load() ? call >= nth : call == nth);
-    if (fail)
+    if (fail) {
         s.failed.fetch_add(1);
+        if (const Hooks::Witness witness = s_witness.load())
+            witness(site, caller);
+    }
     return fail;
 }
 void blockTaken() noexcept
@@ -48,12 +53,14 @@ void Hooks::on() noexcept
     for (Site site : {Site::heap, Site::lock, Site::file})
         failAt(site, 0);
     s_live = 0;
+    s_halfway = false;
     hook::active = true;
 }
 
 void Hooks::off() noexcept
 {
     hook::active = false;
+    s_halfway = false;
     for (Site site : {Site::heap, Site::lock, Site::file})
         failAt(site, 0);
 }
@@ -84,6 +91,18 @@ long Hooks::liveBlocks() noexcept
 unsigned Hooks::fileError() noexcept
 {
     return s_fileError;
+}
+void Hooks::failHalfway(bool half) noexcept
+{
+    s_halfway = half;
+}
+std::size_t Hooks::movedBytes(std::size_t bytes) noexcept
+{
+    return s_halfway || s_fileError == endsEarly ? bytes / 2 : 0;
+}
+void Hooks::setWitness(Witness witness) noexcept
+{
+    s_witness = witness;
 }
 
 } // namespace platform

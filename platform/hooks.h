@@ -1,8 +1,8 @@
 #pragma once
 // Test hooks: make the n-th allocation, lock initialisation or file call fail, count calls and
-// live blocks. Off by default; then each site pays one relaxed load of a flag.
+// live blocks, tell who was refused. Off by default; then each site pays one relaxed load of a flag.
 
-#include <ztree/types.h>
+#include "platform/test_api.h"
 
 #include <atomic>
 
@@ -10,7 +10,7 @@ namespace platform {
 
 enum class Site { heap, lock, file };
 
-struct ZTREE_API Hooks {
+struct ZTREE_TEST_API Hooks {
     /// Starts counting at all sites; live blocks count from here.
     static void on() noexcept;
     /// Stops counting and failing.
@@ -26,11 +26,24 @@ struct ZTREE_API Hooks {
     static long liveBlocks() noexcept;
     /// The code given with failAt(file).
     static unsigned fileError() noexcept;
+    /// With `half` a read, write or append that has to fail moves half of its bytes first. on() and off()
+    /// end it.
+    static void failHalfway(bool half) noexcept;
+    /// What such a call moves of so many bytes.
+    static std::size_t movedBytes(std::size_t bytes) noexcept;
+    /// The error of a read that delivers less than there is and says nothing, as of a file that is being
+    /// cut; any other call fails with 31.
+    static constexpr unsigned endsEarly = ~0u;
+
+    /// Called for each call that is made to fail, on its thread; `caller` is the address behind the call of
+    /// an allocation, null at the other sites. Null: nobody.
+    using Witness = void (*)(Site site, const void* caller);
+    static void setWitness(Witness witness) noexcept;
 };
 
 namespace hook {
 extern std::atomic<bool> active;
-bool slowFails(Site site) noexcept; // counts the call; true: the call has to fail
+bool slowFails(Site site, const void* caller) noexcept; // counts the call; true: the call has to fail
 void blockTaken() noexcept;
 void blockGiven() noexcept;
 inline bool isActive() noexcept
@@ -38,9 +51,9 @@ inline bool isActive() noexcept
     return active.load(std::memory_order_relaxed);
 }
 /// What a site asks before it does its work.
-inline bool fails(Site site) noexcept
+inline bool fails(Site site, const void* caller = nullptr) noexcept
 {
-    return isActive() && slowFails(site);
+    return isActive() && slowFails(site, caller);
 }
 } // namespace hook
 

@@ -1,6 +1,7 @@
 #include "platform/codepage.h"
 #include "platform/com.h"
 #include "platform/registry.h"
+#include "platform/syserror.h"
 
 #include <ztree/helpers.h>
 #include <ztree/runtime.h>
@@ -62,7 +63,8 @@ long readClassId(const char* name, char (&text)[identifierRoom + 1]) noexcept
     long result = program.open(HKEY_CLASSES_ROOT, name);
     if (result != 0)
         return result;
-    if (id.open(program.get(), "CLSID") != 0) {
+    result = id.open(program.get(), "CLSID");
+    if (result == platform::sysFileNotFound) { // any other failure is no reason to look elsewhere
         Key version;
         result = version.open(program.get(), "CurVer");
         if (result == 0)

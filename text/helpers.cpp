@@ -116,6 +116,17 @@ const char* findBytes(const char* hay, std::size_t n, const char* needle, std::s
     return hit == scan::none ? nullptr : hay + hit;
 }
 
+std::size_t findText(const char* hay, std::size_t n, std::size_t from, const char* needle,
+                     std::size_t m) noexcept
+{
+    return scan::text(hay, from, n, needle, m, [](std::size_t) { return true; });
+}
+std::size_t findText(const zwchar* hay, std::size_t n, std::size_t from, const zwchar* needle,
+                     std::size_t m) noexcept
+{
+    return scan::text(hay, from, n, needle, m, [](std::size_t) { return true; });
+}
+
 } // namespace ztree::detail
 
 // --- numbers ---

@@ -117,7 +117,8 @@ private:
 constexpr std::size_t shortPattern = 64;
 
 /// First occurrence of the m > 0 units at p in [from, n) that accept(place) agrees to, or none. Linear when
-/// accept is: a long pattern is compared only where a hash says that it stands there.
+/// accept, which is asked at occurrences alone, is: a long pattern is compared only where a hash says that it
+/// stands there.
 template <class Ch, class Accept>
 std::size_t text(const Ch* s, std::size_t from, std::size_t n, const Ch* p, std::size_t m,
                  Accept accept) noexcept
@@ -133,7 +134,7 @@ std::size_t text(const Ch* s, std::size_t from, std::size_t n, const Ch* p, std:
             return none;
         for (; hashLength && hashed < i; ++hashed)
             window.slide(s[hashed], s[hashed + m]);
-        if (window == wanted && accept(i) && std::memcmp(s + i + 1, p + 1, (m - 2) * sizeof(Ch)) == 0)
+        if (window == wanted && std::memcmp(s + i + 1, p + 1, (m - 2) * sizeof(Ch)) == 0 && accept(i))
             return i;
     }
 }

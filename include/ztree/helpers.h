@@ -28,7 +28,9 @@ ZTREE_API int dumpSize(unsigned long bytes);
 ///   path  UTF-8 on Linux, ANSI code page on Windows; the backup's name is made of its first 257 bytes
 /// Returns 2 when a free number was found, -1 when the oldest backup was replaced. Then the file has
 /// been moved. It stays where it is with every other result, a system error code; and with -1 when the
-/// name has no extension, max is below 1 or every backup was written later than now.
+/// name has no extension, max is below 1 or every backup was written later than now. A backup that cannot
+/// be opened is passed over: when the oldest of the others is replaced, the result is the code of the last
+/// such one.
 ZTREE_API int backupFile(const char* path, int max);
 
 /// Writes a registry value.
@@ -36,8 +38,8 @@ ZTREE_API int backupFile(const char* path, int max);
 ///   name    null: the default value
 ///   data    null: an empty text is written (with a subKey and no name nothing but the key)
 ///   size    bytes; 0 with type REG_SZ stands for the text with its terminator
-///   key     may be null; with a subKey it receives the open key, which the caller closes (RegCloseKey);
-///           else null
+///   key     may be null; with a subKey it receives the open key, which the caller closes (RegCloseKey),
+///           also where the value could not be written; else null
 /// Returns the system's result, 0 for success. On Linux keys and values are folders and files below
 /// $ZTREE_REGISTRY, else $XDG_CONFIG_HOME/ztree/registry, else ~/.config/ztree/registry.
 ZTREE_API long setRegKeyValue(HKEY root, const char* subKey, const char* name, const char* data,

@@ -489,6 +489,12 @@ template <class N> constexpr std::size_t byteCount(N n) noexcept
 }
 ZTREE_API const char* findBytes(const char* hay, std::size_t hayLen, const char* needle,
                                 std::size_t needleLen) noexcept;
+/// Place of the first occurrence from `from` on, or npos; linear whatever the texts are. The needle is not
+/// empty.
+ZTREE_API std::size_t findText(const char* hay, std::size_t hayLen, std::size_t from, const char* needle,
+                               std::size_t needleLen) noexcept;
+ZTREE_API std::size_t findText(const zwchar* hay, std::size_t hayLen, std::size_t from, const zwchar* needle,
+                               std::size_t needleLen) noexcept;
 } // namespace ztree::detail
 
 // --- helpers over raw characters ---

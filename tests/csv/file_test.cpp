@@ -415,8 +415,13 @@ TEST(csvReader, codePagesAndOwnFields)
         const std::string text = utf8File ? "\xD0\x96;\xD0\x96x;14;\xE2\x82\xAC\r\n;;-2;\xE2\x82\xAC\r\n"
                                           : "\xC6;\xC6x;14;\x88\r\n;;-2;\x88\r\n"; // windows-1251
         ztree::CsvReader reader(buffer);
-        EXPECT_EQ(reader.setCodepage(1200), badArgument);
+        ztree::CsvWriter writer(buffer);
         EXPECT_EQ(reader.setCodepage(utf8File ? 65001 : 1251), 0);
+        EXPECT_EQ(writer.setCodepage(utf8File ? 65001 : 1251), 0);
+        for (const unsigned page : {1200u, 12001u, 12345u}) { // refused, so the one before stays
+            EXPECT_EQ(reader.setCodepage(page), badArgument);
+            EXPECT_EQ(writer.setCodepage(page), badArgument);
+        }
         reader.openText(text);
         Record records[2];
         std::memset(records, 0x55, sizeof records);
@@ -428,8 +433,6 @@ TEST(csvReader, codePagesAndOwnFields)
         EXPECT_EQ(records[0].own, 7);
         EXPECT_EQ(records[1].own, -1);
         std::string out;
-        ztree::CsvWriter writer(buffer);
-        writer.setCodepage(utf8File ? 65001 : 1251);
         writer.open(
             [](void* to, const char* data, std::size_t bytes) -> unsigned {
                 static_cast<std::string*>(to)->append(data, bytes);

@@ -266,6 +266,17 @@ TEST_F(ZStringWTest, modernLayer)
     EXPECT_EQ(ztree::view(ZString()), "");
     EXPECT_EQ(ztree::find(ZString("aaab"), "aab"), 1);
     EXPECT_EQ(ztree::find(ZStringW(ZTEXT("aaab")), ZTEXT("x")), -1);
+    for (int n = 1; n < 200; n += 13) { // every place, also of long texts behind many beginnings
+        const std::string hay = std::string(200, 'a') + "b" + std::string(150, 'a') + "ba";
+        const std::string what = std::string(static_cast<std::size_t>(n), 'a') + "ba";
+        const std::basic_string<zwchar> wideWhat(what.begin(), what.end());
+        for (const int from : {-1, 0, 100, 200, 201, 352, 353, 354}) {
+            const std::size_t at = hay.find(what, from < 0 ? 0 : static_cast<std::size_t>(from));
+            const int expected = at == std::string::npos ? -1 : static_cast<int>(at);
+            EXPECT_EQ(ztree::find(ztree::narrow(hay), what, from), expected) << n << ' ' << from;
+            EXPECT_EQ(ztree::find(ztree::wide(hay), wideWhat, from), expected) << n << ' ' << from;
+        }
+    }
     const ZStringW w = ztree::wide(u"\u20ACx");
     EXPECT_EQ(ztree::toUtf8(w), "\xE2\x82\xACx");
     EXPECT_EQ(ztree::toUtf8(ZString("\x80", -1, 1252)), "\xE2\x82\xAC");

@@ -214,6 +214,25 @@ TYPED_TEST(Strings, takesItsOwnTextAsSource)
     }
 }
 
+// Nothing need be there behind a length of 0: the end of a block may be the end of the memory.
+TYPED_TEST(Strings, aLengthOfZeroReadsNothing)
+{
+    using S = TypeParam;
+    const auto* end = reinterpret_cast<const char*>(std::uintptr_t{16});
+    const auto* wideEnd = reinterpret_cast<const zwchar*>(std::uintptr_t{16});
+    S s = make<S>("text"), other(s);
+    if constexpr (std::is_same_v<S, ZString>)
+        EXPECT_EQ(s.set(end, 0, 65001) + other.set(wideEnd, 0, 65001), 0);
+    else
+        EXPECT_EQ(s.set(wideEnd, 0) + other.set(end, 0, 65001), 0);
+    EXPECT_EQ(text(s) + text(other), Text<S>());
+    s = make<S>("text");
+    if constexpr (std::is_same_v<S, ZString>) // but the own text stays
+        EXPECT_EQ(s.set(s.getBuffer(), 0, 65001), 4);
+    else
+        EXPECT_EQ(s.set(s.getBuffer(), 0), 4);
+}
+
 TYPED_TEST(Strings, copiesAreIsolated)
 {
     using S = TypeParam;

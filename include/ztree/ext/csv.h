@@ -9,8 +9,9 @@
 ///
 /// Results: 0 or more on success, else below 0: 0x8007xxxx with a system error of the file, 0x8007000E for
 /// lack of memory, 0x80070057 for settings or calls that make no sense, 0x80004004 when a callback stopped
-/// the work. Nothing throws but constructors (structExcept 0x84201001). Threads: no lock; an object belongs
-/// to one thread at a time.
+/// the work. Nothing throws but constructors (structExcept 0x84201001), and callbacks must not throw: what
+/// they let out ends the program. A call that found no memory may be repeated: no record is lost or written
+/// twice. Threads: no lock; an object belongs to one thread at a time.
 
 #include <ztree/csv.h>
 
@@ -85,8 +86,7 @@ struct CsvError {
 /// Reads records out of a file, a text or whatever delivers bytes.
 ///
 /// Ownership: owns clones of the definitions, one piece of the file (256 KB unless a record is longer) and
-/// the names
-///     of the header. The callbacks' objects have to outlive the reader.
+///     the names of the header. The callbacks' objects have to outlive the reader.
 class ZTREE_API CsvReader {
 public:
     /// Delivers at most `room` bytes; *got = 0 at the end. Returns 0, or a system error.
@@ -103,8 +103,8 @@ public:
     ~CsvReader();
 
     // --- before reading ---
-    /// The code page of the file, one whose units are bytes (else 0x80070057); 65001 at first, and then a
-    /// byte-order mark is passed over.
+    /// The code page of the file, a known one whose units are bytes (else 0x80070057, and nothing changes);
+    /// 65001 at first, and then a byte-order mark is passed over.
     int setCodepage(unsigned int codepage) noexcept;
     /// A record that takes more bytes ends reading with 0x800700EA; 64 MB at first.
     int setLongestRecord(std::size_t bytes) noexcept;
@@ -194,7 +194,7 @@ public:
     /// Without finish() the file is dropped.
     ~CsvWriter();
 
-    /// The code page of the file; 65001 at first.
+    /// The code page of the file, as in CsvReader; 65001 at first.
     int setCodepage(unsigned int codepage) noexcept;
     /// Begins a file; a path as in CsvReader.
     int openFile(const char* path);

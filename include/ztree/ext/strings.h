@@ -25,6 +25,14 @@ inline int viewLength(std::size_t n)
         throw std::length_error("ztree: text too long");
     return static_cast<int>(n);
 }
+// Longer texts by the library: the standard search may take as many steps as both lengths multiplied.
+template <class View> int findView(View s, View what, int from) noexcept
+{
+    const std::size_t start = from < 0 ? 0 : static_cast<std::size_t>(from);
+    const std::size_t at =
+        what.size() < 2 ? s.find(what, start) : findText(s.data(), s.size(), start, what.data(), what.size());
+    return at == View::npos ? -1 : static_cast<int>(at);
+}
 } // namespace detail
 
 // --- reading a string ---
@@ -107,13 +115,11 @@ inline int compare(const ZStringW& a, const ZStringW& b) noexcept
 /// at `from`. A negative `from` counts as 0.
 inline int find(const ZString& s, std::string_view what, int from = 0) noexcept
 {
-    const std::size_t at = view(s).find(what, from < 0 ? 0 : static_cast<std::size_t>(from));
-    return at == std::string_view::npos ? -1 : static_cast<int>(at);
+    return detail::findView(view(s), what, from);
 }
 inline int find(const ZStringW& s, WideView what, int from = 0) noexcept
 {
-    const std::size_t at = view(s).find(what, from < 0 ? 0 : static_cast<std::size_t>(from));
-    return at == WideView::npos ? -1 : static_cast<int>(at);
+    return detail::findView(view(s), what, from);
 }
 
 } // namespace ztree

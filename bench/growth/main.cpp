@@ -1,0 +1,198 @@
+// Every operation whose input may have any length: its time at n and at 2n. A ratio above 2.3 is tried again;
+// one that stays, and is no leap of the caches, makes the exit code 1.
+//   ztree_growth [WORD...]     only cases whose names hold one of the words
+
+#include "growth.h"
+
+#include <algorithm>
+#include <malloc.h>
+#include <map>
+
+namespace growth {
+
+std::string repeated(int n, std::string_view pattern)
+{
+    // A case asks for the same few texts again and again.
+    static std::map<std::pair<std::string, int>, std::string> made;
+    if (made.size() > 24)
+        made.clear();
+    std::string& out = made[{std::string(pattern), n}];
+    if (!out.empty())
+        return out;
+    for (int i = 0; i < n; ++i) {
+        for (const char c : pattern) {
+            if (c == '`')
+                out += std::to_string(i);
+            else
+                out += c;
+        }
+    }
+    return out;
+}
+
+std::vector<int> shuffled(int n)
+{
+    std::vector<int> out(n);
+    unsigned state = 1;
+    for (int i = 0; i < n; ++i) {
+        state = state * 1664525 + 1013904223;
+        out[i] = i;
+        std::swap(out[i], out[(state >> 4) % static_cast<unsigned>(i + 1)]);
+    }
+    return out;
+}
+
+} // namespace growth
+
+namespace {
+
+using namespace growth;
+
+constexpr double limit = 2.3;
+constexpr int doublings = 3;
+constexpr int furthest = 8'000'000;
+constexpr double patience = 2; ///< seconds that a run may take beside those of the table
+
+double least(const Case& c, int n, double effort)
+{
+    double best = c.run(n);
+    double spent = best;
+    for (int i = 1; spent < effort && i < 40; ++i) {
+        const double t = c.run(n);
+        best = std::min(best, t);
+        spent += t;
+    }
+    return best;
+}
+
+struct Result {
+    double ratio[doublings] = {}; ///< t(2n) / t(n), median of the rounds
+    double seconds = 0;           ///< at the largest size
+    std::string note;
+    bool bad = false;
+
+    double worst() const { return *std::max_element(ratio, ratio + doublings); }
+};
+
+// Whether the case takes so long already at a small size that the rest need not be waited for.
+bool isHopeless(const Case& c, Result& result)
+{
+    double before = 0;
+    for (int n = c.most >> 7; n < c.most >> 3; n *= 2) {
+        const double t = c.run(n);
+        if (t > patience) {
+            result.ratio[0] = t / before;
+            result.note = "given up at " + std::to_string(n);
+            return true;
+        }
+        before = t;
+    }
+    return false;
+}
+
+// The sizes take turns, so that a slow moment of the machine meets them alike.
+void measure(const Case& c, int rounds, double effort, Result& result)
+{
+    std::vector<double> ratios[doublings];
+    for (int r = 0; r < rounds; ++r) {
+        double before = 0;
+        for (int i = 0; i <= doublings; ++i) {
+            const double t = least(c, c.most >> (doublings - i), effort);
+            if (i)
+                ratios[i - 1].push_back(t / before);
+            before = t;
+        }
+        result.seconds = r ? std::min(result.seconds, before) : before;
+    }
+    for (int i = 0; i < doublings; ++i) {
+        std::sort(ratios[i].begin(), ratios[i].end());
+        result.ratio[i] = ratios[i][ratios[i].size() / 2];
+    }
+}
+
+// Where data outgrow a cache the time leaps once and then doubles again; a time that grows faster than its
+// input stays above the limit, or rises. So go on doubling, and see.
+bool isLeapOfCaches(const Case& c, Result& result)
+{
+    if (c.most < 1'000'000)
+        return false;
+    double before = least(c, c.most, 0.05);
+    double ratio = result.ratio[doublings - 1];
+    int n = c.most;
+    while (2 * n <= furthest && 2 * before < 2 * patience) {
+        n *= 2;
+        const double t = least(c, n, 0.05);
+        ratio = t / before;
+        before = t;
+    }
+    for (int i = 0; i < 3 && ratio > limit; ++i) // a busy machine shares its memory
+        ratio = least(c, n, 0.2) / least(c, n / 2, 0.2);
+    char text[48];
+    std::snprintf(text, sizeof text, "caches: %.2f at %d", ratio, n);
+    result.note = text;
+    return ratio <= limit;
+}
+
+Result judge(const Case& c)
+{
+    Result result;
+    result.bad = isHopeless(c, result);
+    if (result.bad)
+        return result;
+    const double start = cpuSeconds();
+    measure(c, 1, 0.02, result);
+    if (cpuSeconds() - start < 1)
+        measure(c, 3, 0.02, result);
+    if (result.worst() > limit)
+        measure(c, 3, 0.1, result);
+    result.bad = result.worst() > limit && !isLeapOfCaches(c, result);
+    return result;
+}
+
+void print(const Case& c, const Result& r)
+{
+    std::printf("%-68s %5.2f %5.2f %5.2f %9.3f ms%s%s%s\n", c.name.c_str(), r.ratio[0], r.ratio[1],
+                r.ratio[2], r.seconds * 1e3, r.note.empty() ? "" : "  ", r.note.c_str(),
+                r.bad ? "  <<<" : "");
+    std::fflush(stdout);
+}
+
+bool isWanted(const Case& c, int count, char** words)
+{
+    return count == 0 || std::any_of(words, words + count,
+                                     [&](const char* w) { return c.name.find(w) != std::string::npos; });
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    // The C library keeps its memory: what fetching fresh pages costs is the system's, and comes by leaps.
+    mallopt(M_MMAP_THRESHOLD, 1 << 30);
+    mallopt(M_TRIM_THRESHOLD, 1 << 30);
+    Cases cases;
+    addText(cases);
+    addContainers(cases);
+    addTrees(cases);
+    addXml(cases);
+    addFiles(cases);
+
+    std::printf("%-68s  t(2n) / t(n) up to n = 500,000; t(1,000,000)\n", "");
+    std::vector<std::pair<const Case*, Result>> bad;
+    int count = 0, leaps = 0;
+    for (const Case& c : cases.all()) {
+        if (!isWanted(c, argc - 1, argv + 1))
+            continue;
+        const Result r = judge(c);
+        print(c, r);
+        ++count;
+        leaps += !r.bad && !r.note.empty();
+        if (r.bad)
+            bad.emplace_back(&c, r);
+    }
+    std::printf("\n%d operations; %d above %.1f where data outgrow a cache, %d that stay above it\n", count,
+                leaps, limit, static_cast<int>(bad.size()));
+    for (const auto& [c, r] : bad)
+        print(*c, r);
+    return bad.empty() && count ? 0 : 1;
+}
