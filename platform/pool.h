@@ -4,8 +4,8 @@
 // heap they came from.
 //
 // Every block is preceded by the address of its page; null there means that it came from the C library, as do
-// all blocks above `largest` bytes. A page holds blocks of one size. Pages are parts of chunks of 4 MB. Of
-// chunks with nothing in use, 32 MB stay as they are; of the next 1 GB the system may take the memory
+// all blocks above `largest` bytes. A page holds blocks of one size. Pages are parts of chunks. Of chunks
+// with nothing in use, `keepBytes` stay as they are; of the next `loanBytes` the system may take the memory
 // whenever it is short, without asking; what is beyond goes back to the system at once.
 
 #include <atomic>
@@ -23,8 +23,7 @@ namespace platform {
 #define ZTREE_WATCHED_HEAP 1
 #endif
 
-// Windows: thread-local data of a DLL may be gone before its last user there.
-#if !defined(_WIN32) && (!defined(ZTREE_WATCHED_HEAP) || defined(ZTREE_WATCHED_POOL))
+#if !defined(ZTREE_WATCHED_HEAP) || defined(ZTREE_WATCHED_POOL)
 #define ZTREE_POOL 1
 #endif
 
@@ -57,13 +56,21 @@ struct Page {
     Page* previous;
 };
 
+// With 32 bits the room for addresses is what runs out first: all is smaller there.
+constexpr bool isWide = sizeof(void*) > 4;
+constexpr std::size_t pageBytes = (isWide ? 64 : 16) * 1024;
+constexpr std::size_t chunkPages = 64; // 4 MB, 1 MB
+constexpr std::size_t chunkBytes = chunkPages * pageBytes;
+constexpr std::size_t keepBytes = std::size_t{32} << 20;
+constexpr std::size_t loanBytes = std::size_t{isWide ? 1024 : 128} << 20;
+
 constexpr std::size_t headBytes = sizeof(Page*);
-constexpr std::size_t grain = 2 * sizeof(void*);
+constexpr std::size_t grain = 2 * sizeof(void*); // payloads are at multiples of it, as the C library's are
 constexpr std::size_t fineSlots =
     512 / grain; // one class for each grain up to 512 bytes, then eight a doubling
-constexpr std::size_t largestSlot = 4096;
+constexpr std::size_t largestSlot = isWide ? 4096 : 2048;
 constexpr std::size_t largest = largestSlot - headBytes;
-constexpr std::size_t groups = fineSlots + 3 * 8 + 1;
+constexpr std::size_t groups = fineSlots + (isWide ? 3 : 2) * 8 + 1;
 
 /// The class of a slot of that many bytes.
 constexpr std::uint32_t groupOf(std::size_t slot) noexcept
@@ -86,11 +93,23 @@ struct List {
     Page* first;
 };
 
+/// Held for some hundred instructions at most.
+class Lock {
+public:
+    /// False: the thread that holds it was killed and will not leave. What the lock guards is then neither
+    /// read nor changed any more: blocks stay where they are, new ones come from elsewhere.
+    bool enter() noexcept;
+    void leave() noexcept { m_owner.store(0, std::memory_order_release); }
+
+private:
+    std::atomic<std::uint32_t> m_owner{0};
+};
+
 struct Heap {
     Page* current[groups]; // never null: a page without room stands for none
     List rooms[groups];    // listed pages; the current one leads
     // --- under the lock ---
-    std::atomic_flag busy = ATOMIC_FLAG_INIT;
+    Lock lock;
     List fulls[groups];
     List readies[groups];
     Heap* nextIdle;
@@ -98,8 +117,31 @@ struct Heap {
 };
 
 #if defined(ZTREE_POOL)
-/// The heap of this thread; before its first block, and after its end, one without any room.
+// The heap of this thread: null before its first block, one without any room after its end.
+#if defined(_WIN32)
+/// Where a thread's record at the system keeps it; 0: only findHeap() knows.
+extern std::atomic<std::uint32_t> s_place;
+/// May be called at any time. Leaves the thread's last error as it was.
+Heap* findHeap() noexcept;
+inline Heap* heapOfThread() noexcept
+{
+#if defined(__i386__)
+    const std::uint32_t place = s_place.load(std::memory_order_relaxed);
+    if (__builtin_expect(place != 0, 1)) {
+        Heap* heap;
+        __asm__ volatile("movl %%fs:(%1), %0" : "=r"(heap) : "r"(place));
+        return heap;
+    }
+#endif
+    return findHeap();
+}
+#else
 extern __thread Heap* t_heap __attribute__((tls_model("initial-exec"), visibility("hidden")));
+inline Heap* heapOfThread() noexcept
+{
+    return t_heap;
+}
+#endif
 void* allocSlow(std::uint32_t group, std::size_t bytes) noexcept;
 void freeSlow(Page* page, void* block) noexcept;
 void* allocLarge(std::size_t bytes) noexcept;
@@ -116,7 +158,7 @@ inline void* alloc(std::size_t bytes) noexcept
         return allocLarge(bytes);
     const std::uint32_t group =
         groupOf(bytes < sizeof(void*) ? headBytes + sizeof(void*) : bytes + headBytes);
-    Heap* heap = t_heap;
+    Heap* heap = heapOfThread();
     if (__builtin_expect(!heap, 0))
         return allocSlow(group, bytes);
     Page* page = heap->current[group];
@@ -141,7 +183,7 @@ inline void free(void* block) noexcept
     Page* page = pageOf(block);
     if (__builtin_expect(!page, 0))
         return freeLarge(block);
-    if (__builtin_expect(page->owner.load(std::memory_order_relaxed) != t_heap ||
+    if (__builtin_expect(page->owner.load(std::memory_order_relaxed) != heapOfThread() ||
                              page->state.load(std::memory_order_relaxed) != Page::listed || page->used == 1,
                          0))
         return freeSlow(page, block);
@@ -158,8 +200,8 @@ struct Figures {
 };
 /// All 0 where the C library's heap is used.
 Figures figures() noexcept;
-/// Gives all memory that is idle back to the system.
-void trim() noexcept;
+/// Gives all memory that is idle back to the system. False: there was none.
+bool trim() noexcept;
 
 } // namespace pool
 } // namespace platform

@@ -7,7 +7,7 @@
 
 namespace platform {
 
-#if !defined(ZTREE_POOL)
+#if !defined(ZTREE_POOL) || defined(_WIN32)
 
 inline void* smallAlloc(std::size_t bytes) noexcept
 {

@@ -18,6 +18,7 @@ namespace {
 using platform::heapAlloc;
 using platform::heapFree;
 using platform::heapResize;
+namespace pool = platform::pool;
 
 struct Piece {
     unsigned char* at;
@@ -27,8 +28,8 @@ struct Piece {
 
 Piece take(std::mt19937& random)
 {
-    static const std::size_t sizes[] = {0,   1,   8,    9,    24,   25,   160,  504,
-                                        505, 512, 1016, 2000, 4088, 4089, 20000};
+    static const std::size_t sizes[] = {
+        0, 1, 8, 9, 24, 25, 160, 504, 505, 512, 1016, 2000, pool::largest, pool::largest + 1, 20000};
     const std::size_t bytes = random() % 4 ? random() % 300 : sizes[random() % std::size(sizes)];
     const unsigned char mark = static_cast<unsigned char>(random());
     Piece p{static_cast<unsigned char*>(heapAlloc(bytes)), bytes, mark};
@@ -41,7 +42,7 @@ bool isWhole(const Piece& p)
     for (std::size_t i = 0; i < p.bytes; ++i)
         if (p.at[i] != p.mark)
             return false;
-    return p.at && reinterpret_cast<std::uintptr_t>(p.at) % 16 == 0;
+    return p.at && reinterpret_cast<std::uintptr_t>(p.at) % pool::grain == 0;
 }
 void resize(Piece& p, std::size_t bytes)
 {
@@ -117,7 +118,7 @@ TEST(Pool, blocksOfManyThreadsStayWholeAndComeBack)
     }
     EXPECT_EQ(broken, 0);
     // All threads have ended: only what this one keeps of each size may stay.
-    EXPECT_LE(ztree::heapUse().inUse, before + platform::pool::groups * 65536);
+    EXPECT_LE(ztree::heapUse().inUse, before + pool::groups * pool::pageBytes);
 }
 
 // One thread takes, another gives back: the pages must be found again.
@@ -141,19 +142,45 @@ TEST(Pool, aChainOfTwoThreadsNeedsNoMoreThanIsAlive)
     }
 }
 
+// Objects that were there before the thread's first block go after its heap.
+TEST(Pool, threadLocalObjectsOutliveTheirThreadsHeap)
+{
+    struct Late {
+        std::vector<void*> blocks;
+        ~Late()
+        {
+            for (void* b : blocks) {
+                void* other = heapAlloc(60);
+                EXPECT_NE(other, nullptr);
+                heapFree(b);
+                heapFree(other);
+            }
+        }
+    };
+    const std::size_t before = ztree::heapUse().inUse;
+    for (int round = 0; round < 20; ++round)
+        std::thread([] {
+            thread_local Late late;
+            late.blocks.resize(2000);
+            for (void*& b : late.blocks)
+                b = heapAlloc(60);
+        }).join();
+    EXPECT_LE(ztree::heapUse().inUse, before + pool::pageBytes);
+}
+
 TEST(Pool, memoryOfManyBlocksGoesBackToTheSystem)
 {
     const auto before = ztree::heapUse();
-    std::vector<void*> blocks(6000000);
+    std::vector<void*> blocks(2000000);
     for (void*& b : blocks)
         b = heapAlloc(120);
     EXPECT_GT(ztree::heapUse().inUse, before.inUse + blocks.size() * 120);
     for (void* b : blocks)
         heapFree(b);
     const auto after = ztree::heapUse();
-    EXPECT_LE(after.inUse, before.inUse + 2 * 65536);
-    EXPECT_LE(after.idle + after.inUse, before.idle + before.inUse + (36u << 20));
-    EXPECT_LE(after.onLoan, 1024u << 20);
+    EXPECT_LE(after.inUse, before.inUse + 2 * pool::pageBytes);
+    EXPECT_LE(after.idle + after.inUse, before.idle + before.inUse + pool::keepBytes + pool::chunkBytes);
+    EXPECT_LE(after.onLoan, pool::loanBytes);
     ztree::trimHeap();
     EXPECT_LE(ztree::heapUse().idle + ztree::heapUse().onLoan, 8u << 20);
 }
