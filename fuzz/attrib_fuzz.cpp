@@ -4,7 +4,7 @@
 
 #include "../tests/attrib/models.h"
 
-#include <ztree/attrib.h>
+#include <ztree/ext/attrib.h>
 
 #include <cstdlib>
 #include <sstream>
@@ -63,6 +63,24 @@ void checkTokenizerEx(const std::string& text, const std::string& seps, const st
     demand(real.hasMoreTokens() == model.hasMore());
 }
 
+// Tokens as views: none is lost, and the ones that are skipped are the empty ones.
+template <class Ch> void checkViews(const Text<Ch>& text, const Text<Ch>& delims)
+{
+    Text<Ch> joined, filled;
+    for (const auto token : ztree::tokens(text, delims, ztree::Empty::keep)) {
+        demand(token.find_first_of(delims) == token.npos);
+        const std::size_t end = static_cast<std::size_t>(token.data() - text.data()) + token.size();
+        joined.append(token).append(text, end, 1);
+        filled.append(token);
+    }
+    demand(joined == text);
+    for (const auto token : ztree::tokens(text, delims, ztree::Empty::skip)) {
+        demand(!token.empty() && filled.compare(0, token.size(), token) == 0);
+        filled.erase(0, token.size());
+    }
+    demand(filled.empty());
+}
+
 template <class List, class Ch> void checkList(const Text<Ch>& text)
 {
     List real(text.c_str());
@@ -111,6 +129,8 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
                                      (i + 1 < s.size() ? static_cast<unsigned char>(s[i + 1]) << 8 : 0));
         return w;
     };
+    checkViews(text, delims);
+    checkViews(wide(text), wide(delims));
     checkTokenizer<ZTokenizerW, zwchar>(wide(text), wide(seps).c_str(), wide(delims).c_str(), mode, other);
     checkList<ZAttribList, char>(text);
     const Text<zwchar> ascii = [&text] {

@@ -185,6 +185,18 @@ void amounts(Source& in, const tagLocalFmt* fmt, double value, const std::string
     }
 }
 
+// What an ISO text says is written so that it says it again.
+void iso(const std::string& text)
+{
+    const auto said = ztree::parseIsoDateTime(text);
+    if (!said)
+        return;
+    const auto again =
+        ztree::parseIsoDateTime(ztree::isoDateTime(ztree::packDate(said->date), ztree::packTime(said->time)));
+    require(again && again->date == said->date && again->time == said->time && !again->offset);
+    require(!said->offset || std::abs(*said->offset) < 24 * 60);
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
@@ -217,6 +229,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     dates(in, fmt, date, text, *wideText);
     times(in, fmt, time, text, *wideText);
     amounts(in, fmt, value, text);
-    ztree::parseIsoDateTime(text);
+    iso(text);
     return 0;
 }

@@ -1,11 +1,12 @@
 // Integer expressions: the evaluator against recursive splitting with its own split(), and the checked
-// evaluator for its promises.
+// evaluator for its promises: blanks and parentheses around a text change nothing but places.
 
 #include <ztree/expression.h>
 #include <ztree/ext/expression.h>
 
 #include <cstdlib>
 #include <memory>
+#include <string>
 
 namespace {
 
@@ -77,7 +78,15 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
     if (size <= 2000 && value != bySplitting(e))
         std::abort();
     const ztree::ExprResult r = ztree::checkedEval({copy.get(), size});
-    if (r.position > size || (!r && r.value != 0))
+    if (r.position > size || (!r && r.value != 0) || !ztree::exprErrorText(r.error)[0])
+        std::abort();
+    const std::string text(copy.get(), size);
+    const ztree::ExprResult blank = ztree::checkedEval(" \t" + text + "\n");
+    if (blank.value != r.value || static_cast<bool>(blank) != static_cast<bool>(r) ||
+        (r.position < size && !r && (blank.error != r.error || blank.position != r.position + 2)))
+        std::abort(); // where the text ends too soon, the line end is what may be wrong
+    const ztree::ExprResult inner = ztree::checkedEval("(" + text + ")");
+    if (r && (!inner || inner.value != r.value))
         std::abort();
     return 0;
 }

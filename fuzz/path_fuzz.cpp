@@ -54,6 +54,25 @@ void change(const ztree::Path& path, ZTree& tree)
         std::abort();
 }
 
+// Texts as values: a number is all of the text, or none.
+void values(const std::string& text)
+{
+    ZTree tree;
+    if (!ztree::set(tree, "/a", text))
+        std::abort();
+    const bool negative = text.size() > 1 && text[0] == '-';
+    const bool digits =
+        text.find_first_not_of("0123456789", negative) == text.npos && text.size() < 10u + negative;
+    const auto whole = ztree::get<int>(tree, ".");
+    const auto number = ztree::get<double>(tree, ".");
+    if (digits && !text.empty() && (!whole || *whole != std::stoi(text)))
+        std::abort();
+    if (whole && (!number || *number != *whole))
+        std::abort();
+    if (ztree::get<std::string>(tree, ".") != text)
+        std::abort();
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t n)
@@ -69,5 +88,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t n)
         ztree::readXml(usual, sizeof usual - 1, tree);
     check(path, tree);
     change(path, tree);
+    values(input);
     return 0;
 }

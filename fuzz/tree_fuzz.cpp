@@ -75,6 +75,10 @@ void first(const std::string& bytes)
     branch.load(again);
     const ZTBranch other(branch);
     other.equals(branch.getName());
+    std::istringstream units(bytes);
+    ZTBranchW wide;
+    wide.load(units);
+    wide.save(out);
     second(saved(tree));
 }
 

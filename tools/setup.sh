@@ -1,7 +1,7 @@
 #!/bin/bash
 # Installs what ztree needs on Debian 12, and only what is missing:
 #
-#   tools/setup.sh [build|demo|test|package|bench|fuzz|lint|doc|all]...
+#   tools/setup.sh [build|demo|test|package|bench|fuzz|valgrind|lint|coverage|doc|all]...
 #
 #   build   native compiler, CMake, Ninja (the default)
 #   demo    build + a large XML file to read
@@ -9,7 +9,9 @@
 #   package test + what makes and tries packages
 #   bench   build + Google Benchmark and the libraries compared with
 #   fuzz    build + clang 14 with libFuzzer
+#   valgrind test + valgrind
 #   lint    build + clang-format and clang-tidy
+#   coverage build + gcovr
 #   doc     Doxygen
 #
 # Packages need root or sudo without a password; otherwise the command to run is
@@ -38,8 +40,10 @@ bench="libbenchmark-dev:$inc/benchmark/benchmark.h
     libspdlog-dev:$inc/spdlog/spdlog.h libmuparser-dev:$inc/muParser.h libabsl-dev:$inc/absl/base/config.h
     qtbase5-dev:$inc/*/qt5/QtCore/QString"
 fuzz="clang-14:clang-14 libclang-rt-14-dev:/usr/lib/llvm-14/lib/clang/14*/lib/linux/libclang_rt.fuzzer-x86_64.a"
-package="dpkg-dev:dpkg-shlibdeps file:file pkgconf:pkgconf clang-14:clang++-14"
+package="dpkg-dev:dpkg-shlibdeps file:file pkgconf:pkgconf unzip:unzip clang-14:clang++-14"
+valgrind="valgrind:valgrind"
 lint="clang-format:clang-format clang-tidy:clang-tidy"
+coverage="gcovr:gcovr"
 doc="doxygen:doxygen"
 
 want='' need_wine=''
@@ -51,10 +55,12 @@ for group in "${@:-build}"; do
         package) want+=" $build $test $package" need_wine=1 ;;
         bench) want+=" $build $bench" ;;
         fuzz) want+=" $build $fuzz" ;;
+        valgrind) want+=" $build $test $valgrind" need_wine=1 ;;
         lint) want+=" $build $lint" ;;
+        coverage) want+=" $build $coverage" ;;
         doc) want+=" $doc" ;;
-        all) want+=" $build $demo $test $package $bench $fuzz $lint $doc" need_wine=1 ;;
-        *) die "unknown group '$group'; there are: build demo test package bench fuzz lint doc all" ;;
+        all) want+=" $build $demo $test $package $bench $fuzz $valgrind $lint $coverage $doc" need_wine=1 ;;
+        *) die "unknown group '$group'; there are: build demo test package bench fuzz valgrind lint coverage doc all" ;;
     esac
 done
 
