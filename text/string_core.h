@@ -179,11 +179,9 @@ private:
     {
         // The last holder needs no atomic exchange: nobody else can come to hold the block.
         const std::int32_t holders = block->load(std::memory_order_acquire);
-        if (holders == 1)
-            freeBlock(block);
-        else if (platform::isSingleThreaded())
+        if (holders != 1 && platform::isSingleThreaded())
             block->store(holders - 1, std::memory_order_relaxed);
-        else if (block->fetch_sub(1, std::memory_order_acq_rel) == 1)
+        else if (holders == 1 || block->fetch_sub(1, std::memory_order_acq_rel) == 1)
             freeBlock(block);
     }
     static void countUp(Count& holders) noexcept

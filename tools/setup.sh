@@ -1,7 +1,7 @@
 #!/bin/bash
 # Installs what ztree needs on Debian 12, and only what is missing:
 #
-#   tools/setup.sh [build|demo|test|package|bench|fuzz|valgrind|lint|coverage|doc|all]...
+#   tools/setup.sh [build|demo|test|package|bench|fuzz|valgrind|lint|doc|all]...
 #
 #   build   native compiler, CMake, Ninja (the default)
 #   demo    build + a large XML file to read
@@ -11,7 +11,6 @@
 #   fuzz    build + clang 14 with libFuzzer
 #   valgrind test + valgrind
 #   lint    build + clang-format and clang-tidy
-#   coverage build + gcovr
 #   doc     Doxygen
 #
 # Packages need root or sudo without a password; otherwise the command to run is
@@ -43,7 +42,6 @@ fuzz="clang-14:clang-14 libclang-rt-14-dev:/usr/lib/llvm-14/lib/clang/14*/lib/li
 package="dpkg-dev:dpkg-shlibdeps file:file pkgconf:pkgconf unzip:unzip clang-14:clang++-14"
 valgrind="valgrind:valgrind"
 lint="clang-format:clang-format clang-tidy:clang-tidy"
-coverage="gcovr:gcovr"
 doc="doxygen:doxygen"
 
 want='' need_wine=''
@@ -57,10 +55,9 @@ for group in "${@:-build}"; do
         fuzz) want+=" $build $fuzz" ;;
         valgrind) want+=" $build $test $valgrind" need_wine=1 ;;
         lint) want+=" $build $lint" ;;
-        coverage) want+=" $build $coverage" ;;
         doc) want+=" $doc" ;;
-        all) want+=" $build $demo $test $package $bench $fuzz $valgrind $lint $coverage $doc" need_wine=1 ;;
-        *) die "unknown group '$group'; there are: build demo test package bench fuzz valgrind lint coverage doc all" ;;
+        all) want+=" $build $demo $test $package $bench $fuzz $valgrind $lint $doc" need_wine=1 ;;
+        *) die "unknown group '$group'; there are: build demo test package bench fuzz valgrind lint doc all" ;;
     esac
 done
 

@@ -178,6 +178,7 @@ void helpers(Cases& add)
         return often([&] {
             keep(memmem(t.c_str(), static_cast<unsigned>(n), word.c_str(),
                         static_cast<unsigned>(word.size())));
+            keep(memmem(t.c_str(), static_cast<unsigned>(n), "aba", 3U));
         });
     });
     add("lfWcschr, lfWcsstr", [](int n) {

@@ -197,7 +197,7 @@ TEST_F(CsvFaults, buffers)
             Again::any);
         // Longer and longer texts: the room of the line ends at every place once.
         for (const int columns : {1, static_cast<int>(fields)})
-            for (unsigned length = 0; length < 640; length += columns == 1 ? 29 : 1) {
+            for (unsigned length = 0; length < 640; length += columns == 1 ? 29 : stride()) {
                 const auto own = [&] {
                     auto buffer = make();
                     define(*buffer, way.dialect, way.quotes, way.escape, columns);
@@ -269,7 +269,7 @@ TEST_F(CsvFaults, reader)
 TEST_F(CsvFaults, writer)
 {
     for (const Way& way : ways)
-        for (unsigned length = 0; length < 640; ++length) {
+        for (unsigned length = 0; length < 640; length += stride()) {
             const Record record = sample(length);
             const std::string special = std::string(length, 's') + "\";\\%\r\n\xE2\x82\xAC";
             const std::string_view texts[] = {special, "", special};

@@ -85,6 +85,19 @@ TEST_F(RuntimeFaults, logs)
     });
 }
 
+TEST_F(RuntimeFaults, logLines)
+{
+    // Without memory a line is cut.
+    const std::string text(3000, 'm');
+    char line[6000];
+    const auto act = [&] {
+        const std::size_t n = ztree::logText(line, sizeof line, "{} {:x} {:.3} {}", text, 255, 2.5, text);
+        must(n == sizeof line);
+        return std::string(line, n);
+    };
+    sweep("line", act);
+}
+
 TEST_F(RuntimeFaults, expressions)
 {
     std::string nested, unary;

@@ -109,8 +109,14 @@ protected:
     }
 };
 
-/// The size of inputs: 1, or what the environment's ZTREE_SWEEP says.
+/// 1 in the ordinary run; the environment's ZTREE_SWEEP sets more, for larger inputs and every single step.
 int depth();
+/// Step of a loop that looks at every length only then.
+inline unsigned stride()
+{
+    return depth() > 1 ? 1 : 7;
+}
+long stepBehind(long nth, bool onward);
 
 // --- outcomes as text ---
 template <class Ch> std::string shown(const Ch* s, std::size_t n)

@@ -5,11 +5,15 @@
 #include <ztree/attrib.h>
 #include <ztree/containers.h>
 #include <ztree/ext/containers.h>
-#include <ztree/ext/log.h>
 #include <ztree/ext/strings.h>
 
 #include <sstream>
 #include <vector>
+#if defined(_WIN32)
+#include <windows.h>
+
+#include <oleauto.h>
+#endif
 
 namespace {
 
@@ -437,20 +441,6 @@ TEST_F(OtherFaults, comArrays)
             for (Counted& o : objects)
                 EXPECT_EQ(o.references(), 1);
         }
-}
-
-// --- words for logs ---
-
-TEST_F(OtherFaults, logLines)
-{
-    // Without memory a line is cut.
-    char line[6000];
-    const auto act = [&] {
-        const std::size_t n = ztree::logText(line, sizeof line, "{} {:x} {:.3} {}", many, 255, 2.5, many);
-        must(n == 6010 - 1u || n == sizeof line);
-        return std::string(line, n);
-    };
-    sweep("line", act);
 }
 
 } // namespace

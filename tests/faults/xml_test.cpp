@@ -275,9 +275,9 @@ TEST_F(StrictFaults, writer)
     mixed.bytes = " ";
     model.children[2].children = {mixed, model.children[1]};
     for (const int indent : {-1, 2})
-        for (int length = 0; length < 1300; ++length) {
+        for (unsigned length = 0; length < 1300; length += stride()) {
             TreeModel prefixed = model;
-            prefixed.attribs[1].second.assign(static_cast<unsigned>(2900 + length), 'x');
+            prefixed.attribs[1].second.assign(2900 + length, 'x');
             const std::unique_ptr<ZTBranch> branch(tree_model::build(prefixed));
             ztree::XmlStyle style;
             style.indent = indent;
