@@ -198,9 +198,9 @@ template <class Kind> BranchCore<Kind>::~BranchCore()
         std::sort(linked->begin(), linked->end());
     for (Branch** at = m_children.begin(); at != m_children.end(); ++at) {
         if (m_children.end() - at > 6) { // they lie apart, and nothing touched them for long
-            const char* ahead = reinterpret_cast<const char*>(at[6]);
-            __builtin_prefetch(ahead);
-            __builtin_prefetch(ahead + 64);
+            const auto ahead = reinterpret_cast<std::uintptr_t>(at[6]); // null + 64 is no pointer
+            __builtin_prefetch(reinterpret_cast<const void*>(ahead));
+            __builtin_prefetch(reinterpret_cast<const void*>(ahead + 64));
         }
         Branch* child = *at;
         if (!child || (m_extra && std::binary_search(m_extra->links.begin(), m_extra->links.end(), child)))

@@ -283,9 +283,10 @@ void lookAtText(const Core& element, bool& text, bool& onlyBlanks) noexcept
         if (!child)
             continue;
         // A branch made by a reader is one block: what is asked for stands in its first two lines.
-        const char* ahead = reinterpret_cast<const char*>(element.child(i + 6));
-        __builtin_prefetch(ahead);
-        __builtin_prefetch(ahead + 64);
+        // Near the end there is none ahead; an address may be anything, a pointer may not.
+        const auto ahead = reinterpret_cast<std::uintptr_t>(element.child(i + 6));
+        __builtin_prefetch(reinterpret_cast<const void*>(ahead));
+        __builtin_prefetch(reinterpret_cast<const void*>(ahead + 64));
         const bool piece = isText(*Core::of(child));
         elements |= !piece;
         text |= piece && hasText(*Core::of(child));
