@@ -244,6 +244,44 @@ void to1252Ztree(benchmark::State& state)
 }
 BENCHMARK(to1252Ztree)->Arg(0)->Arg(3)->Arg(9);
 
+// What a plain table does with the same text.
+void from1252Table(benchmark::State& state)
+{
+    const std::string s = narrowText(static_cast<int>(state.range(0)));
+    std::vector<zwchar> w(s.size()), table(256);
+    for (int i = 0; i < 256; ++i) {
+        const char c = static_cast<char>(i);
+        platform::toWide(1252, &c, 1, &table[static_cast<std::size_t>(i)], 1);
+    }
+    for (auto _ : state) {
+        for (std::size_t i = 0; i < s.size(); ++i)
+            w[i] = table[static_cast<unsigned char>(s[i])];
+        benchmark::ClobberMemory();
+    }
+    finish(state, s.size());
+}
+BENCHMARK(from1252Table)->Arg(3);
+
+void to1252Table(benchmark::State& state)
+{
+    std::string s = narrowText(static_cast<int>(state.range(0)));
+    std::vector<zwchar> w(s.size());
+    const int n = static_cast<int>(s.size());
+    platform::toWide(1252, s.data(), n, w.data(), n);
+    std::vector<char> table(0x10000);
+    for (int i = 0; i < 0x10000; ++i) {
+        const zwchar unit = static_cast<zwchar>(i);
+        platform::toNarrow(1252, &unit, 1, &table[static_cast<std::size_t>(i)], 1);
+    }
+    for (auto _ : state) {
+        for (std::size_t i = 0; i < w.size(); ++i)
+            s[i] = table[w[i]];
+        benchmark::ClobberMemory();
+    }
+    finish(state, s.size());
+}
+BENCHMARK(to1252Table)->Arg(3);
+
 void to1251Ztree(benchmark::State& state)
 {
     const std::vector<zwchar> w = wideText(1);

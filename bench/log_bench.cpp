@@ -10,6 +10,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 #if defined(BENCH_SPDLOG)
+#include <spdlog/pattern_formatter.h>
 #include <spdlog/sinks/basic_file_sink.h>
 #include <spdlog/spdlog.h>
 #endif
@@ -150,6 +151,19 @@ BENCHMARK_CAPTURE(spdlogWritten, mt, true, false, false);
 BENCHMARK_CAPTURE(spdlogWritten, st_ownPattern, false, false, true);
 BENCHMARK_CAPTURE(spdlogWritten, mt_ownPattern, true, false, true);
 BENCHMARK_CAPTURE(spdlogWritten, mt_each, true, true, false);
+
+// The time is read for each entry, as ztreeHeader does.
+void spdlogHeader(benchmark::State& state)
+{
+    spdlog::pattern_formatter formatter("[T:%t %Y-%m-%d, %T:%e %l] %v");
+    spdlog::memory_buf_t line;
+    for (auto _ : state) {
+        line.clear();
+        formatter.format(spdlog::details::log_msg("bench", spdlog::level::info, name), line);
+        benchmark::DoNotOptimize(line.data());
+    }
+}
+BENCHMARK(spdlogHeader);
 
 void spdlogFiltered(benchmark::State& state)
 {
