@@ -258,6 +258,7 @@ TEST(csvBuffer, formatsFromCodesAndBack)
     }
 }
 
+// Examples of what is easily taken for a mistake; the model has all the rest.
 TEST(csvBuffer, quotesAndEscapes)
 {
     char value[40] = {};
@@ -270,22 +271,10 @@ TEST(csvBuffer, quotesAndEscapes)
         const char* value;
     };
     const Case scanned[] = {
-        {1, 0, "\"a;b\";x", "a;b"},
-        {1, 0, "\"a\"\"b\";x", "a\"b"},
         {1, 0, "\"a\"b\"c\";x", "a\"b\"c"},
         {1, 0, "\"a\"\";b\";x", "a\";b"},
-        {1, 0, "\"\";x", ""},
-        {0, 0, "\"a;b\"", "\"a"},
-        {0, 1, "a\\;b;x", "a;b"},
-        {0, 1, "a\\\\b;x", "a\\b"},
         {0, 1, "a\\b;x", "a\\b"},
-        {0, 1, "a\\", "a"},
-        {0, 2, "a%3Bb;x", "a;b"},
-        {0, 2, "a%3b;x", "ab"},
-        {0, 2, "a%xy;x", "axy"},
-        {0, 2, "%E4;x", "\xC3\xA4"},
-        {0, 2, "a%%b;x", "a%b"},
-        {1, 1, "\"a\\\"b\";x", "a\"b"},
+        {0, 2, "a%3b;x", "ab"}, // hexadecimal digits are capitals
     };
     for (const Case& c : scanned) {
         SCOPED_TRACE(c.line);
@@ -295,31 +284,14 @@ TEST(csvBuffer, quotesAndEscapes)
         EXPECT_EQ(buffer.scanLine(nullptr), 0);
         EXPECT_STREQ(value, c.value);
     }
-    const Case created[] = {
-        {0, 0, "a;b\"c%\\;", "a;b\"c%\\"},
-        {1, 0, "\"a\"b\";\"\"", "a\"b"},
-        {0, 1, "a\\;b\"c%\\\\;", "a;b\"c%\\"},
-        {1, 1, "\"a\\\"\";\"\"", "a\""},
-        {0, 2, "a%3Bb\"c%25\\%0D%0A;", "a;b\"c%\\\r\n"},
-        {1, 2, "\"%22%22\";\"\"", "\"\""},
-    };
-    for (const Case& c : created) {
+    // Quotes inside are not doubled; with percent escapes line ends are escaped too.
+    for (const Case& c : {Case{1, 0, "\"a\"b\";\"\"", "a\"b"}, {0, 2, "a%3Bb\"%25%0D%0A;", "a;b\"%\r\n"}}) {
         SCOPED_TRACE(c.line);
         buffer.setParameter(csvParamQuote, c.quote);
         buffer.setParameter(csvParamEscape, c.escape);
         std::strcpy(value, c.value);
         EXPECT_EQ(lineOf(buffer), c.line);
     }
-    // A separator beyond ASCII is escaped with all of its digits, and ';' with it.
-    buffer.setParameter(csvParamSeparator, 0x20AC);
-    buffer.setParameter(csvParamQuote, 0);
-    std::strcpy(value, "a;\xE2\x82\xAC");
-    EXPECT_EQ(lineOf(buffer), "a%3B%20AC\xE2\x82\xAC");
-    buffer.setParameter(csvParamSeparator, 0); // ends nothing: no column is found
-    setData(buffer, "abc");
-    value[0] = '#';
-    EXPECT_EQ(buffer.scanLine(nullptr), 0);
-    EXPECT_EQ(value[0], '#');
 }
 
 TEST(csvBuffer, lineInTheCodePageOfTheString)

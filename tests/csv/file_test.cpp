@@ -85,17 +85,17 @@ Rows rowsOfBuffer(const std::string& text, csvBuffer& buffer)
     return rows;
 }
 
+unsigned append(void* to, const char* data, std::size_t bytes)
+{
+    static_cast<std::string*>(to)->append(data, bytes);
+    return 0;
+}
+
 std::string written(const Rows& rows, const csvBuffer& settings)
 {
     std::string out;
     ztree::CsvWriter writer(settings);
-    EXPECT_EQ(writer.open(
-                  [](void* to, const char* data, std::size_t bytes) -> unsigned {
-                      static_cast<std::string*>(to)->append(data, bytes);
-                      return 0;
-                  },
-                  &out),
-              0);
+    EXPECT_EQ(writer.open(append, &out), 0);
     for (const auto& row : rows) {
         const std::vector<std::string_view> texts(row.begin(), row.end());
         EXPECT_EQ(writer.writeTexts(texts.data(), static_cast<int>(texts.size())), 0);
@@ -433,12 +433,7 @@ TEST(csvReader, codePagesAndOwnFields)
         EXPECT_EQ(records[0].own, 7);
         EXPECT_EQ(records[1].own, -1);
         std::string out;
-        writer.open(
-            [](void* to, const char* data, std::size_t bytes) -> unsigned {
-                static_cast<std::string*>(to)->append(data, bytes);
-                return 0;
-            },
-            &out);
+        writer.open(append, &out);
         EXPECT_EQ(writer.write(&records[0]), 0);
         EXPECT_EQ(writer.write(&records[1]), 0); // the own field refuses a negative value: an empty column
         EXPECT_EQ(writer.finish(), 0);
@@ -506,76 +501,6 @@ TEST_F(csvFile, writesAndReadsBack)
     EXPECT_TRUE(clean);
     reader.close();
     std::remove(path);
-}
-
-// Whatever call fails: the old file is whole, nothing is left beside it.
-TEST_F(csvFile, failuresLeaveTheOldFile)
-{
-    using platform::Hooks;
-    const char* const path = "csv_keep_test.csv";
-    const std::string old = "the good one";
-    std::ofstream(path, std::ios::binary) << old;
-    csvBuffer buffer;
-    define(buffer, 2);
-    Names names = {};
-    const std::string large(15, 'x');
-    std::strcpy(names.column[0], large.c_str());
-    for (long nth = 1;; ++nth) {
-        Hooks::failAt(platform::Site::file, nth, false, 112); // the disk is full
-        int result;
-        {
-            ztree::CsvWriter writer(buffer);
-            result = writer.openFile(path);
-            for (int i = 0; i < 40'000 && result == 0; ++i)
-                result = writer.write(&names);
-            const int finished = writer.finish();
-            result = result ? result : finished;
-        }
-        const bool failed = Hooks::failed(platform::Site::file) > 0;
-        Hooks::failAt(platform::Site::file, 0);
-        EXPECT_FALSE(std::ifstream(std::string(path) + ".part~").is_open());
-        if (!failed) {
-            EXPECT_EQ(result, 0);
-            EXPECT_GT(nth, 3);
-            break;
-        }
-        EXPECT_EQ(result, static_cast<int>(0x80070070)) << nth;
-        EXPECT_EQ(contentOf(path), old) << nth;
-    }
-    EXPECT_EQ(contentOf(path).size(), 40'000 * (15 + 1 + 2u));
-    std::remove(path);
-}
-
-TEST_F(csvFile, everyAllocationMayFail)
-{
-    csvBuffer settings;
-    define(settings, 6);
-    const auto demand = [](int result) {
-        if (result == static_cast<int>(ztree::errOutOfMemory))
-            throw structExcept(ztree::errMemory);
-        return result;
-    };
-    std::string text = "\"a\"\"b\"";
-    for (int i = 0; i < 60; ++i)
-        text += ",column";
-    text += "\n" + text;
-    const auto act = [&](int&) {
-        ztree::CsvReader reader(settings);
-        reader.setPiece(64);
-        demand(reader.bind(101, "a\"b"));
-        EXPECT_EQ(demand(reader.openText(text)), 0);
-        EXPECT_EQ(demand(reader.readHeader()), 1);
-        Names names = {};
-        EXPECT_EQ(demand(reader.read(&names)), 1);
-        EXPECT_STREQ(names.column[0], "a\"b");
-        ztree::CsvWriter writer(settings);
-        std::string out;
-        EXPECT_EQ(demand(writer.open([](void*, const char*, std::size_t) -> unsigned { return 0; }, &out)),
-                  0);
-        EXPECT_EQ(demand(writer.write(&names)), 0);
-        EXPECT_EQ(demand(writer.finish()), 0);
-    };
-    EXPECT_GT(sweep([] { return std::make_unique<int>(); }, act, [](int&) {}), 10);
 }
 
 } // namespace

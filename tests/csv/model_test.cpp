@@ -1,5 +1,4 @@
-// Random definitions, parameters, lines and values against the model. The same numbers on every target, so
-// that the hash over all outcomes has to be the same one too.
+// Random definitions, parameters, lines and values against the model.
 
 #include "csv/csv_model.h"
 #include "csv/support.h"
@@ -71,21 +70,6 @@ Text randomText(Dice& dice, const csvmodel::Parameters& p, unsigned most, bool l
     return text;
 }
 
-// Every outcome goes into one number.
-class Outcome {
-public:
-    void add(const Text& text)
-    {
-        for (const char16_t c : text)
-            m_hash = (m_hash ^ c) * 1099511628211u;
-        m_hash = (m_hash ^ 0x10000) * 1099511628211u;
-    }
-    std::uint64_t hash() const { return m_hash; }
-
-private:
-    std::uint64_t m_hash = 14695981039346656037u;
-};
-
 constexpr int columns = 6;
 constexpr int width = 80;
 
@@ -104,7 +88,6 @@ Text textIn(const zwchar* at)
 TEST(csvModel, scansLines)
 {
     Dice dice(1);
-    Outcome outcome;
     long scanned = 0;
     for (int round = 0; scanned < 200'000; ++round) {
         const csvmodel::Parameters p = randomParameters(dice);
@@ -138,13 +121,11 @@ TEST(csvModel, scansLines)
                 value = value.substr(0, value.find(u'\0')); // %00 ends what a field shows
                 ASSERT_EQ(textIn(record.text[i]), value)
                     << "round " << round << " line " << scanned << " column " << i;
-                outcome.add(value);
             }
             ++scanned;
         }
         ASSERT_FALSE(buffer.hasMoreLines());
     }
-    EXPECT_EQ(outcome.hash(), 4528965675339582918u);
 }
 
 /// A column that may have no value.
@@ -165,7 +146,6 @@ private:
 TEST(csvModel, createsLinesAndReadsThemBack)
 {
     Dice dice(2);
-    Outcome outcome;
     long same = 0;
     for (int i = 0; i < 40'000; ++i) {
         const csvmodel::Parameters p = randomParameters(dice);
@@ -200,7 +180,6 @@ TEST(csvModel, createsLinesAndReadsThemBack)
         const ZStringW made(line.getBuffer(), line.length(), 65001);
         const zwchar* units = made.getBuffer();
         ASSERT_EQ(Text(units, units + made.length()), expected) << "line " << i;
-        outcome.add(expected);
         // What percent escapes wrote comes back, whatever it was.
         const std::vector<Text> lines = csvmodel::lines(expected);
         if (p.escape != 2 || p.quote || !p.separator || Text(u"\"\\%A").find(p.separator) != Text::npos ||
@@ -214,7 +193,6 @@ TEST(csvModel, createsLinesAndReadsThemBack)
         }
     }
     EXPECT_GT(same, 10'000);
-    EXPECT_EQ(outcome.hash(), 13617371888983352487u);
 }
 
 } // namespace

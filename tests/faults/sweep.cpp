@@ -51,6 +51,7 @@ bool isMemoryCode(long code)
 
 struct Outcome {
     bool refused = false;
+    bool thrown = false;
     unsigned code = 0;
     std::string text;
 };
@@ -76,7 +77,7 @@ Outcome outcomeOf(Scene& scene)
         out.refused = true;
         out.code = r.code;
     } catch (const structExcept& e) {
-        out.refused = true;
+        out.refused = out.thrown = true;
         out.code = e.getCode();
     }
     return out;
@@ -113,6 +114,7 @@ void Sweep::sweepHeap(const std::string& name, const MakeScene& make, Again agai
             SCOPED_TRACE(testing::Message() << "allocation " << nth << (onward ? " and all behind it" : ""));
             const long before = Hooks::liveBlocks();
             auto scene = make();
+            const std::string held = scene->state();
             Hooks::failAt(Site::heap, nth, onward);
             const Outcome out = outcomeOf(*scene);
             const long failed = Hooks::failed(Site::heap);
@@ -124,6 +126,10 @@ void Sweep::sweepHeap(const std::string& name, const MakeScene& make, Again agai
             } else {
                 ASSERT_GT(failed, 0) << std::hex << out.code;
                 ASSERT_TRUE(out.code == 0 || isMemoryCode(out.code)) << std::hex << out.code;
+                ASSERT_TRUE(!out.thrown || out.code == ztree::errMemory || out.code == s_alsoThrown)
+                    << std::hex << out.code;
+                if (again == Again::same)
+                    expectSame(scene->state(), held);
                 const Outcome second = outcomeOf(*scene);
                 ASSERT_FALSE(second.refused) << std::hex << second.code;
                 if (again == Again::same)

@@ -41,19 +41,58 @@ inline void done(long result)
         throw Refused{static_cast<unsigned>(result)};
 }
 
+// --- outcomes as text ---
+template <class Ch> std::string shown(const Ch* s, std::size_t n)
+{
+    std::string text;
+    for (const Ch* end = s + n; s != end; ++s) {
+        const unsigned c = static_cast<std::make_unsigned_t<Ch>>(*s);
+        text += c < 256 ? std::string(1, static_cast<char>(c)) : "&" + std::to_string(c) + ";";
+    }
+    return text;
+}
+inline std::string shown(const ZString& s)
+{
+    return shown(s.getBuffer(), static_cast<std::size_t>(s.length()));
+}
+inline std::string shown(const ZStringW& s)
+{
+    return shown(s.getBuffer(), static_cast<std::size_t>(s.length()));
+}
+template <class Ch> std::string shown(const Ch* s)
+{
+    return s ? shown(s, std::char_traits<Ch>::length(s)) : "(null)";
+}
+
+/// All that a subject holds, where it can say so.
+template <class T> auto stateOf(T& subject, int) -> decltype(subject.told())
+{
+    return subject.told();
+}
+template <class T> auto stateOf(T& subject, int) -> decltype(shown(subject))
+{
+    return shown(subject);
+}
+template <class T> std::string stateOf(T&, long)
+{
+    return {};
+}
+
 /// What an operation works on, and the operation.
 class Scene {
 public:
     virtual ~Scene() = default;
     /// Does it and tells all that came out; throws Refused or structExcept.
     virtual std::string act() = 0;
+    /// What an act that was refused must not change.
+    virtual std::string state() { return {}; }
 };
 using MakeScene = std::function<std::unique_ptr<Scene>()>;
 
-/// After an act that was refused the next one gives
+/// After an act that was refused
 enum class Again {
-    same, ///< what it gives on a fresh subject: nothing had changed
-    any   ///< anything: what was done before the failure stays
+    same, ///< nothing has changed, and the next one gives what it gives on a fresh subject
+    any   ///< what was done before the failure stays
 };
 
 using Files = std::map<std::string, std::string>; ///< names and contents
@@ -64,11 +103,17 @@ enum class Left {
 };
 
 /// Checked after every failure: the result is right, or the failure was reported by a code for lack of
-/// memory; the next act works; no block is left behind.
+/// memory; then nothing has changed and the next act works; no block is left behind.
 class Sweep : public ::testing::Test {
 protected:
     void SetUp() override { platform::Hooks::on(); }
-    void TearDown() override { platform::Hooks::off(); }
+    void TearDown() override
+    {
+        platform::Hooks::off();
+        s_alsoThrown = ztree::errMemory;
+    }
+    /// The one other code that may be thrown: growing arrays have their own.
+    static inline unsigned s_alsoThrown = ztree::errMemory;
 
     static void sweepHeap(const std::string& name, const MakeScene& make, Again again);
     /// The same with file calls, which fail with nothing, half or all of their bytes moved. Each run begins
@@ -78,18 +123,30 @@ protected:
     static constexpr const char* folder = "faults.d";
     static std::string at(const char* file) { return std::string(folder) + "/" + file; }
 
-    /// make() gives a unique_ptr to the subject, act(subject) a std::string.
+    /// make() gives a unique_ptr to the subject, act(subject) a std::string; told(), or a string's text, is
+    /// its state.
     template <class Make, class Act>
     static void sweep(const std::string& name, Make make, Act act, Again again = Again::same)
     {
         struct Own : Scene {
             Own(Make& m, Act& a) : subject(m()), call(a) {}
             std::string act() override { return call(*subject); }
+            std::string state() override { return stateOf(*subject, 0); }
             decltype(std::declval<Make&>()()) subject;
             Act& call;
         };
         sweepHeap(
             name, [&make, &act] { return std::make_unique<Own>(make, act); }, again);
+    }
+    /// The same for changes: run(subject), and what the subject tells then.
+    template <class Make, class Run>
+    static void sweepChange(const std::string& name, Make make, Run run, Again again = Again::same)
+    {
+        const auto act = [&run](auto& subject) {
+            run(subject);
+            return stateOf(subject, 0);
+        };
+        sweep(name, make, act, again);
     }
     template <class Act>
     static void files(const std::string& name, const Files& before, Act act, Left left = Left::part)
@@ -117,28 +174,5 @@ inline unsigned stride()
     return depth() > 1 ? 1 : 7;
 }
 long stepBehind(long nth, bool onward);
-
-// --- outcomes as text ---
-template <class Ch> std::string shown(const Ch* s, std::size_t n)
-{
-    std::string text;
-    for (const Ch* end = s + n; s != end; ++s) {
-        const unsigned c = static_cast<std::make_unsigned_t<Ch>>(*s);
-        text += c < 256 ? std::string(1, static_cast<char>(c)) : "&" + std::to_string(c) + ";";
-    }
-    return text;
-}
-inline std::string shown(const ZString& s)
-{
-    return shown(s.getBuffer(), static_cast<std::size_t>(s.length()));
-}
-inline std::string shown(const ZStringW& s)
-{
-    return shown(s.getBuffer(), static_cast<std::size_t>(s.length()));
-}
-template <class Ch> std::string shown(const Ch* s)
-{
-    return s ? shown(s, std::char_traits<Ch>::length(s)) : "(null)";
-}
 
 } // namespace faults

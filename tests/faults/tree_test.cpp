@@ -9,11 +9,10 @@
 namespace {
 
 using namespace faults;
-using Widths = ::testing::Types<char, zwchar>;
 
 /// Two trees; the first may link branches of the second.
 template <class Ch> struct Two {
-    using Whole = typename Tree<Ch>::Whole;
+    using Whole = typename Twin<Ch>::Tree;
     Whole other;
     Whole tree;
     std::string told() const { return tell(tree) + tell(other); }
@@ -29,14 +28,14 @@ template <class Ch> auto two(int wide, int deep)
 }
 template <class Ch> class TreeFaults : public Sweep {
 };
-TYPED_TEST_SUITE(TreeFaults, Widths);
+TYPED_TEST_SUITE(TreeFaults, BothUnits);
 
 const std::string many(3000, 'm');
 
 TYPED_TEST(TreeFaults, oneOperation)
 {
-    using B = typename Tree<TypeParam>::Branch;
-    using A = typename Tree<TypeParam>::Attrib;
+    using B = typename Twin<TypeParam>::Branch;
+    using A = typename Twin<TypeParam>::Attrib;
     using Both = Two<TypeParam>;
     const auto lit = [](const std::string& text) { return widen<TypeParam>(text); };
     const auto longText = lit(many), suffixed = lit("item(12)"), rel = lit("Rel");
@@ -87,9 +86,9 @@ TYPED_TEST(TreeFaults, oneOperation)
 
 TYPED_TEST(TreeFaults, walksAndSteps)
 {
-    using B = typename Tree<TypeParam>::Branch;
-    using A = typename Tree<TypeParam>::Attrib;
-    using T = typename Tree<TypeParam>::Whole;
+    using B = typename Twin<TypeParam>::Branch;
+    using A = typename Twin<TypeParam>::Attrib;
+    using T = typename Twin<TypeParam>::Tree;
     using Both = Two<TypeParam>;
     const auto lit = [](const std::string& text) { return widen<TypeParam>(text); };
     const auto longText = lit(many);
@@ -192,7 +191,7 @@ TYPED_TEST(TreeFaults, walksAndSteps)
 // What load() makes of values: the form that it reads back, by hand.
 TYPED_TEST(TreeFaults, loadsValues)
 {
-    using B = typename Tree<TypeParam>::Branch;
+    using B = typename Twin<TypeParam>::Branch;
     const auto number = [](std::size_t n) {
         std::string bytes;
         for (int i = 0; i < 4; ++i)

@@ -8,17 +8,6 @@
 
 namespace faults {
 
-template <class Ch> struct Tree {
-    using Branch = ZTBranch;
-    using Attrib = ZAttrib;
-    using Whole = ZTree;
-};
-template <> struct Tree<zwchar> {
-    using Branch = ZTBranchW;
-    using Attrib = ZAttribW;
-    using Whole = ZTreeW;
-};
-
 template <class Branch> std::string tell(const Branch* branch)
 {
     if (!branch)
@@ -44,10 +33,10 @@ inline std::string tell(const ZTreeW& tree)
 }
 
 /// Every type of value, names with suffixes, `wide` children and attributes of one branch, `deep` levels.
-template <class Ch> typename Tree<Ch>::Branch* makeTree(int wide, int deep)
+template <class Ch> typename Twin<Ch>::Branch* makeTree(int wide, int deep)
 {
-    using Branch = typename Tree<Ch>::Branch;
-    using Attrib = typename Tree<Ch>::Attrib;
+    using Branch = typename Twin<Ch>::Branch;
+    using Attrib = typename Twin<Ch>::Attrib;
     const auto lit = [](const std::string& text) { return widen<Ch>(text); };
     TreeModel model;
     model.name = "root";

@@ -8,21 +8,9 @@
 namespace {
 
 using namespace faults;
-using Widths = ::testing::Types<char, zwchar>;
-
-template <class Ch> struct Xml {
-    using Tag = ZXmlTag;
-    using Reader = ZXmlReader;
-    using File = ZXmlFile;
-};
-template <> struct Xml<zwchar> {
-    using Tag = ZXmlTagW;
-    using Reader = ZXmlReaderW;
-    using File = ZXmlFileW;
-};
 template <class Ch> class XmlFaults : public Sweep {
 };
-TYPED_TEST_SUITE(XmlFaults, Widths);
+TYPED_TEST_SUITE(XmlFaults, BothUnits);
 
 template <class Tag> std::string tellTag(Tag* tag)
 {
@@ -58,7 +46,7 @@ std::string document(int deep)
 
 TYPED_TEST(XmlFaults, elements)
 {
-    using Tag = typename Xml<TypeParam>::Tag;
+    using Tag = typename Twin<TypeParam>::Tag;
     const auto lit = [](const std::string& text) { return widen<TypeParam>(text); };
     const auto longText = lit(std::string(500, 'l'));
     const auto make = [&] {
@@ -107,7 +95,7 @@ TYPED_TEST(XmlFaults, elements)
 
 TYPED_TEST(XmlFaults, reader)
 {
-    using Reader = typename Xml<TypeParam>::Reader;
+    using Reader = typename Twin<TypeParam>::Reader;
     const auto text = widen<TypeParam>(document(70));
     const auto make = [] { return std::make_unique<Reader>(); };
     const auto load = [](Reader& r, bool sort) {
@@ -144,7 +132,7 @@ TYPED_TEST(XmlFaults, reader)
             return r;
         };
         this->sweep("tree", loaded, [&](Reader& r) {
-            std::unique_ptr<typename Tree<TypeParam>::Whole> tree(r.createTree(skip));
+            std::unique_ptr<typename Twin<TypeParam>::Tree> tree(r.createTree(skip));
             return tell(*have(tree.get()));
         });
     }
@@ -152,16 +140,16 @@ TYPED_TEST(XmlFaults, reader)
 
 TYPED_TEST(XmlFaults, writer)
 {
-    using File = typename Xml<TypeParam>::File;
-    using Reader = typename Xml<TypeParam>::Reader;
+    using File = typename Twin<TypeParam>::File;
+    using Reader = typename Twin<TypeParam>::Reader;
     const auto lit = [](const std::string& text) { return widen<TypeParam>(text); };
-    typename Tree<TypeParam>::Whole tree;
+    typename Twin<TypeParam>::Tree tree;
     tree.set(makeTree<TypeParam>(20, 70));
-    typename Tree<TypeParam>::Branch identity(lit("root").c_str());
+    typename Twin<TypeParam>::Branch identity(lit("root").c_str());
     for (const char* name : {"Module", "Name", "Command", "Query"})
-        identity.addAttrib(typename Tree<TypeParam>::Attrib(lit(name).c_str(), lit("x.y.").c_str()), false);
+        identity.addAttrib(typename Twin<TypeParam>::Attrib(lit(name).c_str(), lit("x.y.").c_str()), false);
     for (int i = 0; i < 3; ++i)
-        tree.root()->addChild(typename Tree<TypeParam>::Branch(lit("VELIdentity").c_str(), i), nullptr,
+        tree.root()->addChild(typename Twin<TypeParam>::Branch(lit("VELIdentity").c_str(), i), nullptr,
                               false);
     const auto longText = lit(std::string(200, '<') + std::string(2000, 'l') + " \r\n");
     const auto make = [] { return std::make_unique<File>(); };

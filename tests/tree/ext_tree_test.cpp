@@ -19,17 +19,6 @@ protected:
         pieces.values = {"", "v", "a&b<c>\"d'", std::string(100, 'x')};
         return tree_model::random(dice, pieces, depth);
     }
-    static ZTBranch* chain(int depth)
-    {
-        ZTBranch* top = new ZTBranch("top");
-        ZTBranch* at = top;
-        for (int i = 0; i < depth; ++i) {
-            ZTBranch* below = new ZTBranch("b", i, at);
-            at->setChild(below, -1);
-            at = below;
-        }
-        return top;
-    }
 };
 
 TEST_F(ExtTree, loopsVisitInOrder)
@@ -161,48 +150,6 @@ TEST_F(ExtTree, treesMoveWithTheirCursor)
     to.clear();
     ztree::copyTree(to, from);
     EXPECT_EQ(from.root(), nullptr);
-}
-
-TEST_F(ExtTree, depthCostsNoStack)
-{
-    constexpr int depth = 1000000;
-    const std::unique_ptr<ZTBranch> top(chain(depth));
-    const std::unique_ptr<ZTBranch> copy(ztree::copyTree(*top));
-    auto all = ztree::descendants(*copy);
-    std::size_t deepest = 0;
-    int last = 0;
-    for (const ZTBranch* b : all) {
-        deepest = all.depth();
-        b->getValue(&last);
-    }
-    EXPECT_EQ(deepest, static_cast<std::size_t>(depth));
-    EXPECT_EQ(last, depth - 1);
-}
-
-TEST_F(ExtTree, shortMemoryLeaksNothing)
-{
-    const auto make = [] {
-        auto tree = std::make_unique<ZTree>();
-        tree->set(tree_model::rich());
-        return tree;
-    };
-    const auto whole = [&](ZTree& tree) { EXPECT_EQ(shown(tree), shown(*make())); };
-    EXPECT_GT(sweep(
-                  make, [](ZTree& tree) { delete ztree::copyTree(*tree.root()); }, whole),
-              100);
-    ZTree source;
-    source.set(chain(100));
-    EXPECT_GT(sweep(
-                  make, [&](ZTree& tree) { ztree::copyTree(source, tree); }, whole),
-              100);
-    EXPECT_GT(sweep(
-                  make,
-                  [&](ZTree&) {
-                      auto all = ztree::descendants(*source.root());
-                      EXPECT_EQ(std::distance(all.begin(), all.end()), 100);
-                  },
-                  whole),
-              1);
 }
 
 } // namespace
