@@ -58,12 +58,7 @@ template <class Ch> int compareFolded(const Ch* a, int na, const Ch* b, int nb) 
 }
 template <class Ch> bool equalFolded(const Ch* a, int na, const Ch* b, int nb) noexcept
 {
-    if (na != nb)
-        return false;
-    for (int i = 0; i < na; ++i)
-        if (a[i] != b[i] && fold(a[i]) != fold(b[i]))
-            return false;
-    return true;
+    return na == nb && compareFolded(a, na, b, nb) == 0;
 }
 
 } // namespace

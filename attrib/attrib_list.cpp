@@ -182,15 +182,8 @@ template <class Kind> int AttribListCore<Kind>::find(const Ch* name) const noexc
 {
     if (!name)
         return -1;
-    const int rank = AttribRank<Kind>::of(*name);
-    const int bound = m_sorted ? rank : AttribRank<Kind>::unsorted;
-    bool found = false;
-    auto endsAt = [&](int i) {
-        const Ch* other = nameOf(i);
-        const int otherRank = AttribRank<Kind>::of(*other);
-        found = otherRank == rank && compareNames(other, name) == 0;
-        return found || otherRank > bound;
-    };
+    NameSearch<Kind> search(name, m_sorted);
+    auto endsAt = [&](int i) { return search.endsAt(nameOf(i)); };
     int i = 0;
     if (NameIndex* names = index()) {
         // The index knows no entries at which a search ends: a list that has such ones is not indexed.
@@ -206,7 +199,7 @@ template <class Kind> int AttribListCore<Kind>::find(const Ch* name) const noexc
         while (i < size() && !endsAt(i))
             ++i;
     }
-    return found ? i : -1;
+    return search.found() ? i : -1;
 }
 
 template <class Kind> void AttribListCore<Kind>::set(const Ch* name, const Ch* value)

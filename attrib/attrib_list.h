@@ -91,21 +91,30 @@ constexpr int fewAttribs = 16;
 /// there are more, one has no name, or two names are equal: only a list knows their order.
 template <class Kind>
 int sortedPieces(const typename Kind::Char* text, int n, AttribPiece<typename Kind::Char>* pieces) noexcept;
-/// The index at which a search for a name in sorted attributes finds it, else -1. nameOf(i) gives the names.
-template <class Kind, class NameOf>
-int findSorted(const typename Kind::Char* name, int count, NameOf nameOf) noexcept
-{
-    const int rank = AttribRank<Kind>::of(*name);
-    for (int i = 0; i < count; ++i) {
-        const typename Kind::Char* other = nameOf(i);
-        const int otherRank = AttribRank<Kind>::of(*other);
-        if (otherRank == rank && compareNames(other, name) == 0)
-            return i;
-        if (otherRank > rank)
-            break;
+/// A search for a name among those of attributes, one after the other: until it is found or one has a rank
+/// behind which it does not stand.
+template <class Kind> class NameSearch {
+public:
+    using Ch = typename Kind::Char;
+    NameSearch(const Ch* name, bool sorted) noexcept
+        : m_name(name), m_rank(AttribRank<Kind>::of(*name)),
+          m_bound(sorted ? m_rank : AttribRank<Kind>::unsorted)
+    {
     }
-    return -1;
-}
+    bool endsAt(const Ch* other) noexcept
+    {
+        const int rank = AttribRank<Kind>::of(*other);
+        m_found = rank == m_rank && compareNames(other, m_name) == 0;
+        return m_found || rank > m_bound;
+    }
+    bool found() const noexcept { return m_found; }
+
+private:
+    const Ch* m_name;
+    int m_rank;
+    int m_bound;
+    bool m_found = false;
+};
 
 } // namespace ztree_impl
 

@@ -119,7 +119,7 @@ private:
     // A bit for each byte of the 16 at p that belongs to a delimiter.
     template <int N> unsigned hitsIn(const Ch* p) const noexcept
     {
-        const __m128i text = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+        const __m128i text = blockAt(p);
         __m128i hit = equal(text, wanted(0));
         for (int i = 1; i < N; ++i)
             hit = _mm_or_si128(hit, equal(text, wanted(i)));

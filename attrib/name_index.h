@@ -32,7 +32,8 @@ template <class Ch> inline std::uint32_t foldedHash(const Ch* name, int n) noexc
 }
 
 /// Hash chains over the entries 0 to n - 1 of a list, each chain in list order. Whoever changes the name
-/// of an entry that stands in the chains, or the order of the list, calls forget(); appending needs nothing.
+/// of an entry that stands in the chains, or the order of the list, calls forget(); appending needs nothing,
+/// taking the last one out dropLast().
 ///
 /// Threads: find() of a list that nobody changes may run in several threads. The chains are brought up to
 /// date under one library-wide lock; a thread that sees them complete reads them without a lock.

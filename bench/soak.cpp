@@ -7,6 +7,8 @@
 // is shorter) left out. Memory is the heap's in use, and what is resident but for what the heap keeps idle:
 // 32 MB at most, however long it takes until so much has been idle at once.
 
+#include "resident.h"
+
 #include <ztree/attributes.h>
 #include <ztree/expression.h>
 #include <ztree/ext/attrib.h>
@@ -35,34 +37,9 @@
 #include <thread>
 #include <vector>
 
-#if defined(_WIN32)
-#include <windows.h>
-#define PSAPI_VERSION 2
-#include <psapi.h>
-#else
-#include <unistd.h>
-#endif
-
 namespace {
 
 using Clock = std::chrono::steady_clock;
-
-double residentBytes()
-{
-#if defined(_WIN32)
-    PROCESS_MEMORY_COUNTERS counters = {};
-    K32GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof counters);
-    return static_cast<double>(counters.WorkingSetSize);
-#else
-    long pages = 0;
-    if (std::FILE* f = std::fopen("/proc/self/statm", "r")) {
-        if (std::fscanf(f, "%*d %ld", &pages) != 1)
-            pages = 0;
-        std::fclose(f);
-    }
-    return static_cast<double>(pages) * static_cast<double>(sysconf(_SC_PAGESIZE));
-#endif
-}
 
 std::atomic<long> s_wrong{0};
 void expect(bool right, const char* what)
@@ -71,7 +48,7 @@ void expect(bool right, const char* what)
         std::fprintf(stderr, "soak: wrong answer: %s\n", what);
 }
 
-/// What a thread knows and what all share.
+// --- what a thread knows, and what all share ---
 struct Random {
     explicit Random(unsigned seed) : state(seed) {}
     unsigned below(unsigned n)
@@ -344,6 +321,10 @@ Moment turn(unsigned number, const std::string& logFile, Clock::time_point end)
 
 bool isFlat(const char* what, const std::vector<Moment>& moments, std::size_t from, double Moment::*figure)
 {
+    if (moments.size() < from + 2) {
+        std::printf("%s: no two moments to compare\n", what);
+        return false;
+    }
     const std::size_t middle = from + (moments.size() - from) / 2;
     double first = 0, last = 0;
     for (std::size_t i = from; i < moments.size(); ++i)

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Turns results of Google Benchmark (JSON) into the table of what is promised and what is aimed at.
 
-    table.py [--markdown] [PREFIX:]RESULT.json...
+    table.py [--markdown] [PREFIX:]RESULT.json...     names of a file's results get PREFIX: in front
 
 A row compares one figure of ztree with peers measured in the same run. Floor and goal are factors of a peer's
 speed, or figures of their own; a row whose peers are not installed says so. Exit code 1 when a floor is missed.

@@ -1,6 +1,7 @@
 // Trees of 1,000,000 nodes beside the usual libraries: build, walk, free, memory of a node; a child by name
 // among 1,000. Times are of this thread alone.
 
+#include "resident.h"
 #include "xml_peers.h"
 
 #include <benchmark/benchmark.h>
@@ -25,18 +26,6 @@ double threadSeconds()
     timespec t{};
     clock_gettime(CLOCK_THREAD_CPUTIME_ID, &t);
     return static_cast<double>(t.tv_sec) + static_cast<double>(t.tv_nsec) * 1e-9;
-}
-
-// Bytes of this process in memory.
-double residentBytes()
-{
-    long pages = 0;
-    if (std::FILE* f = std::fopen("/proc/self/statm", "r")) {
-        if (std::fscanf(f, "%*d %ld", &pages) != 1)
-            pages = 0;
-        std::fclose(f);
-    }
-    return static_cast<double>(pages) * static_cast<double>(sysconf(_SC_PAGESIZE));
 }
 
 double heapBytes()

@@ -77,6 +77,9 @@ else()
 
     # The changelog in Debian's form, of this version.
     file(READ ${PROJECT_SOURCE_DIR}/CHANGELOG.md changes)
+    if(NOT changes MATCHES "\n## ${PROJECT_VERSION},")
+        message(FATAL_ERROR "CHANGELOG.md has nothing about ${PROJECT_VERSION}")
+    endif()
     string(REGEX REPLACE "^.*\n## ${PROJECT_VERSION},[^\n]*\n" "" changes "${changes}")
     string(REGEX REPLACE "\n## .*" "" changes "${changes}")
     string(STRIP "${changes}" changes)

@@ -1,5 +1,7 @@
 #include "csv/mCsvBuffer.h"
 
+#include "text/search.h"
+
 #include <ztree/runtime.h>
 
 #include <typeinfo>
@@ -42,6 +44,7 @@ void mCsvBuffer::assign(const mCsvBuffer& other)
     if ((size && !data) || (fieldSize && !former))
         throw structExcept(ztree::errMemory);
     m_order = other.m_order;
+    m_rising = other.m_rising;
     if (size)
         std::memcpy(data.get(), other.m_line, size * sizeof(zwchar));
     if (fieldSize)
@@ -175,6 +178,7 @@ int mCsvBuffer::addOrder(const unsigned short* ids, int count)
         m_order.append(ids, count);
         // Kept: identifiers that are a blank, a tab or a line feed are lost at the end; numbers start above.
         m_order.trim(nullptr, 2);
+        m_rising = std::min(m_rising, m_order.length());
     } catch (const structExcept&) {
         return noMemory;
     }
@@ -196,6 +200,21 @@ bool mCsvBuffer::growSlots() noexcept
     return true;
 }
 
+// Orders rise as a rule, if not to their end.
+int mCsvBuffer::placeOf(zwchar id) noexcept
+{
+    const zwchar* const ids = m_order.getBuffer();
+    const int count = m_order.length();
+    while (m_rising < count && (m_rising == 0 || ids[m_rising] > ids[m_rising - 1]))
+        ++m_rising;
+    const zwchar* const found = std::lower_bound(ids, ids + m_rising, id);
+    if (found != ids + m_rising && *found == id)
+        return static_cast<int>(found - ids);
+    const std::size_t place =
+        scan::unit(ids, static_cast<std::size_t>(m_rising), static_cast<std::size_t>(count), id);
+    return place == scan::none ? -1 : static_cast<int>(place);
+}
+
 int mCsvBuffer::addFields(const Field** list, int count)
 {
     if (m_order.length() == 0)
@@ -206,12 +225,12 @@ int mCsvBuffer::addFields(const Field** list, int count)
         return noMemory;
     for (int i = 0; i < count; ++i) {
         const Field* field = list[i];
-        const zwchar* const ids = m_order.getBuffer();
-        const zwchar* const end = ids + m_order.length();
-        const zwchar* const place = field ? std::find(ids, end, static_cast<zwchar>(field->getId())) : end;
-        if (place == end)
+        if (!field)
             continue;
-        Slot& slot = m_slots[place - ids];
+        const int place = placeOf(static_cast<zwchar>(field->getId()));
+        if (place < 0)
+            continue;
+        Slot& slot = m_slots[place];
         // Kept: a definition of the same class stays as it is; callers clear the list to replace it.
         if (!slot.field || typeid(*slot.field) != typeid(*field)) {
             csvField* const copy = field->clone();

@@ -35,7 +35,11 @@ public:
     const tagLocalFmt& format() const noexcept { return m_format; }
 
     int addOrder(const unsigned short* ids, int count);
-    void clearOrder() { m_order.clear(); }
+    void clearOrder()
+    {
+        m_order.clear();
+        m_rising = 0;
+    }
     const ZStringW& order() const noexcept { return m_order; }
 
     int addFields(const Field** list, int count);
@@ -72,6 +76,8 @@ private:
 
     int adopt(platform::HeapPtr<zwchar>& block, std::size_t n) noexcept;
     bool growSlots() noexcept;
+    /// Index of the first such identifier in the order, or -1.
+    int placeOf(zwchar id) noexcept;
     void skipMark() noexcept;
     void skipLineEnds() noexcept;
     void beginLine() noexcept;
@@ -87,6 +93,7 @@ private:
     Slot* m_slots = nullptr; // by place in the order
     int m_slotCount = 0;
     ZStringW m_order; // identifiers
+    int m_rising = 0; // so many of them, from the first on, are known to rise
     unsigned short m_parameters[parameters] = {};
 
     platform::HeapPtr<zwchar> m_data;

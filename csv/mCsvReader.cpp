@@ -1,5 +1,7 @@
 #include "csv/mCsvReader.h"
 
+#include "attrib/name_index.h"
+
 #include <ztree/runtime.h>
 
 using namespace varnik::ztree;
@@ -102,25 +104,26 @@ mCsvReader::~mCsvReader()
 
 int mCsvReader::bind(unsigned short id, std::string_view name)
 {
-    bool found = false;
-    for (int i = 0; i < m_bindingCount; ++i) {
-        Binding& binding = m_bindings[i];
-        if (binding.id != id)
-            continue;
-        char* copy = platform::allocArray<char>(name.size() + 1);
-        if (!copy)
-            return noMemory;
-        name.copy(copy, name.size());
-        platform::heapFree(binding.name);
-        binding.name = copy;
-        binding.nameLength = name.size();
-        found = true;
+    // Callers bind in order as a rule, so the search goes on where the last one ended.
+    int tried = 0;
+    while (tried < m_bindingCount && m_bindings[m_lastBound].id != id) {
+        m_lastBound = (m_lastBound + 1) % m_bindingCount;
+        ++tried;
     }
-    if (!found)
+    if (tried == m_bindingCount)
         return badArgument;
-    m_byName = true;
-    for (int i = 0; i < m_bindingCount; ++i)
+    char* copy = platform::allocArray<char>(name.size() + 1);
+    if (!copy)
+        return noMemory;
+    name.copy(copy, name.size());
+    Binding& binding = m_bindings[m_lastBound];
+    platform::heapFree(binding.name);
+    binding.name = copy;
+    binding.nameLength = name.size();
+    binding.column = -1;
+    for (int i = 0; i < m_bindingCount && !m_byName; ++i)
         m_bindings[i].column = -1;
+    m_byName = true;
     return 0;
 }
 
@@ -571,14 +574,22 @@ int mCsvReader::keepNames() noexcept
 int mCsvReader::bindNames() noexcept
 {
     int result = 0;
+    const auto hashOf = [](std::string_view text) {
+        return foldedHash(text.data(), static_cast<int>(std::min<std::size_t>(text.size(), 256)));
+    };
+    NameIndex columns;
     for (int b = 0; b < m_bindingCount && m_byName; ++b) {
         Binding& binding = m_bindings[b];
         binding.column = -1;
         if (!binding.name)
             continue;
-        for (int i = 0; i < m_nameCount && binding.column < 0; ++i)
-            if (name(i) == std::string_view(binding.name, binding.nameLength))
-                binding.column = i;
+        const std::string_view wanted(binding.name, binding.nameLength);
+        const auto enter = [&](int i, std::uint32_t& hash) {
+            hash = hashOf(name(i));
+            return true;
+        };
+        binding.column =
+            columns.find(m_nameCount, hashOf(wanted), enter, [&](int i) { return name(i) == wanted; });
         if (binding.column >= 0)
             continue;
         result = notFound;

@@ -87,6 +87,7 @@ private:
     mCsvBuffer& m_fields;
     Binding* m_bindings = nullptr;
     int m_bindingCount = 0;
+    int m_lastBound = 0;
     bool m_byName = false;
     bool m_others = false; // fields of a caller's own class
 

@@ -1,5 +1,5 @@
 // What logs make of texts: patterns and formats, names of modes and levels, dumps. The input's lines are the
-// pieces; its first byte says how many rows and bytes are used.
+// pieces; its first byte says how many rows are used.
 
 #include <ztree/ext/attrib.h>
 #include <ztree/ext/log.h>

@@ -8,7 +8,8 @@
 #   NAME        xml, csv ...; without a name all of them
 #
 # Every target starts from fuzz/corpus/NAME and from what earlier runs found, which is kept with logs and
-# findings in build/fuzz/run. Prints a table; the exit code is 1 when there was a finding.
+# findings in build/fuzz/run. Prints a table; the exit code is 1 when there was a finding or a target could
+# not run.
 # MAX_LEN=n sets the largest input (else 64 to 256 bytes, which find the most in the same time).
 set -euo pipefail
 
@@ -36,7 +37,7 @@ done
 figure() { sed -n "s/^stat::$1: *//p" "$2"; }
 
 printf '%-12s %12s %9s %13s %9s\n' target executions "exec/s" "new features" findings
-total=0 found=0
+total=0 found=0 broken=0
 for name in "${names[@]}"; do
     case $name in
         csv | datetime | tree | xml) length=256 ;;
@@ -47,8 +48,9 @@ for name in "${names[@]}"; do
     before=$(find "$run/findings" -name "$name-*" | wc -l)
     log=$run/$name.log
     mkdir -p "$run/corpus/$name"
+    code=0
     "$run/bin/${name}_fuzz" "${args[@]}" -artifact_prefix="$run/findings/$name-" \
-        "$run/corpus/$name" "$root/fuzz/corpus/$name" >"$log" 2>&1 || true
+        "$run/corpus/$name" "$root/fuzz/corpus/$name" >"$log" 2>&1 || code=$?
     count=$(figure number_of_executed_units "$log")
     : "${count:=$(grep -aoE '^#[0-9]+' "$log" | tail -n 1 | tr -d '#')}"
     features=$(grep -aoE ' ft: [0-9]+' "$log" | sed -n '1s/ ft: //p;$s/ ft: //p' | tr '\n' ' ')
@@ -57,7 +59,11 @@ for name in "${names[@]}"; do
     printf '%-12s %12d %9d %13d %9d\n' "$name" "${count:-0}" "$(figure average_exec_per_sec "$log")" \
         $((${last:-0} - ${first:-0})) "$now"
     ((now == 0)) || grep -aE '^(==[0-9]+==ERROR|SUMMARY)|Test unit written' "$log" || true
+    if ((code != 0 && now == 0)); then # it could not do its work: a bad dictionary, no memory
+        tail -n 3 "$log"
+        broken=1
+    fi
     total=$((total + ${count:-0})) found=$((found + now))
 done
 printf '%-12s %12d %33d\n' all "$total" "$found"
-((found == 0))
+((found == 0 && broken == 0))

@@ -6,6 +6,8 @@
 #include <ztree/log.h>
 #include <ztree/tokenizer.h>
 
+#include <algorithm>
+#include <climits>
 #include <cstring>
 
 using namespace ztree_impl;
@@ -57,19 +59,29 @@ template <class Row> void freeRows(Row*& rows, int& count) noexcept
     count = 0;
 }
 
-// A block of `before` empty rows and copies of `count` given ones; completed by `fill`. Throws, then
-// nothing is left.
-template <class Row, class Fill> Row* copyRows(int before, const Row* rows, int count, Fill fill)
+// Makes empty rows copies of the given ones by `fill`. Throws, then all are empty.
+template <class Row, class Fill> void fillRows(Row* to, const Row* rows, int count, Fill fill)
 {
-    Row* const block =
-        platform::allocZeroed<Row>(static_cast<std::size_t>(before) + static_cast<std::size_t>(count));
+    try {
+        for (int i = 0; i < count; ++i)
+            fill(to[i], rows[i]);
+    } catch (...) {
+        freeTexts(to, count);
+        std::fill(to, to + count, Row());
+        throw;
+    }
+}
+
+// A block with room for `room` rows: `before` empty ones, copies of the `count` given ones, and empty ones.
+// Throws, then nothing is left.
+template <class Row, class Fill> Row* copyRows(int before, const Row* rows, int count, int room, Fill fill)
+{
+    Row* const block = platform::allocZeroed<Row>(static_cast<std::size_t>(room));
     if (!block)
         throw structExcept(ztree::errMemory);
     try {
-        for (int i = 0; i < count; ++i)
-            fill(block[before + i], rows[i]);
+        fillRows(block + before, rows, count, fill);
     } catch (...) {
-        freeTexts(block + before, count);
         platform::heapFree(block);
         throw;
     }
@@ -259,7 +271,7 @@ HRESULT ZTREE_COMCALL logClient::setLogLevelList(const tagLogList* rows, int cou
         count = 0;
     try { // before the old list goes: the rows may stand in it
         if (count > 0)
-            fresh = copyRows(0, rows, count, &fillLevel);
+            fresh = copyRows(0, rows, count, count, &fillLevel);
     } catch (...) {
         freeRows(m_levelList, m_levelCount);
         throw;
@@ -328,11 +340,25 @@ HRESULT ZTREE_COMCALL logClient::addLogModeList(const tagLogMode* rows, int coun
         return badArgument;
     if (!rows || count == 0)
         return S_OK;
-    tagLogMode* const block = copyRows(m_modeCount, rows, count, &fillMode);
-    if (m_modeCount > 0)
-        std::memcpy(block, m_modeList, static_cast<std::size_t>(m_modeCount) * sizeof *block);
-    platform::heapFree(m_modeList);
-    m_modeList = block;
-    m_modeCount += count;
+    // The room is a power of two, so that rows added singly are not all moved each time.
+    const auto roomFor = [](int n) {
+        int room = 1;
+        while (room < n)
+            room = room > INT_MAX / 2 ? INT_MAX : 2 * room;
+        return room;
+    };
+    if (count > INT_MAX - m_modeCount)
+        throw structExcept(ztree::errMemory);
+    const int total = m_modeCount + count;
+    if (m_modeCount > 0 && total <= roomFor(m_modeCount)) {
+        fillRows(m_modeList + m_modeCount, rows, count, &fillMode);
+    } else {
+        tagLogMode* const block = copyRows(m_modeCount, rows, count, roomFor(total), &fillMode);
+        if (m_modeCount > 0)
+            std::memcpy(block, m_modeList, static_cast<std::size_t>(m_modeCount) * sizeof *block);
+        platform::heapFree(m_modeList);
+        m_modeList = block;
+    }
+    m_modeCount = total;
     return S_OK;
 }

@@ -1,7 +1,7 @@
 #pragma once
-// Code pages and case mapping. Linux results equal those of Windows for the same input; in the double-byte pages
-// (932, 936, 949, 950 ...) for the characters that a page has: what it lacks or leaves undefined goes by the C
-// library's tables there.
+// Code pages and case mapping. Linux results equal those of Windows for the same input; in the double-byte
+// pages (932, 936, 949, 950 ...) for the characters that a page has: what it lacks or leaves undefined goes
+// by the C library's tables there.
 
 #include <ztree/types.h>
 

@@ -93,7 +93,7 @@ struct List {
     Page* first;
 };
 
-/// Held for some hundred instructions at most.
+/// Held for some hundred instructions as a rule, for a call of the system where memory comes or goes.
 class Lock {
 public:
     /// False: the thread that holds it was killed and will not leave. What the lock guards is then neither

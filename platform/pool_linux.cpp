@@ -2,9 +2,11 @@
 
 #if defined(ZTREE_POOL)
 
+#include <cerrno>
 #include <pthread.h>
 #include <sched.h>
 #include <sys/mman.h>
+#include <time.h>
 
 namespace platform::pool {
 
@@ -16,18 +18,23 @@ bool Lock::enter() noexcept
         std::uint32_t owner = 0;
         if (m_owner.compare_exchange_strong(owner, 1, std::memory_order_acquire, std::memory_order_relaxed))
             return true;
-        if (spins < 100)
+        if (spins < 100) {
             __builtin_ia32_pause();
-        else
+        } else if (spins < 150) {
             sched_yield();
+        } else {                     // lets threads of lower priority run, too
+            const int error = errno; // the C library's free() leaves it alone, too
+            const timespec little = {0, 50000};
+            nanosleep(&little, nullptr);
+            errno = error;
+        }
     }
 }
 
 // A child process has the forking thread alone: a lock that another thread held would stay held.
 bool prepareSystem() noexcept
 {
-    pthread_atfork(&enterAll, &leaveAll, &leaveAll);
-    return true;
+    return pthread_atfork(&enterAll, &leaveAll, &leaveAll) == 0;
 }
 
 bool bindHeap(Heap* heap) noexcept

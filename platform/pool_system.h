@@ -24,7 +24,8 @@ bool lendChunk(char* base) noexcept;
 /// This thread takes nothing from `heap` any more; pages with blocks that are in use wait for whoever frees
 /// the last one, or needs some.
 void endThread(Heap* heap) noexcept;
-/// The library leaves a process that lives on, and no thread is inside. Blocks that are in use stay.
+/// The library leaves a process that lives on, and no thread is inside. Blocks that are in use stay. On
+/// Linux it does not leave: a thread with a heap holds it.
 void unload() noexcept;
 /// All locks of the pool, for a fork.
 void enterAll() noexcept;

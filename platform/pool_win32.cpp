@@ -20,7 +20,7 @@ constexpr std::uint32_t directPlace = 0xE10;
 #endif
 
 // No thread of this process has that number, or the one that has it will not run again. A wrong answer would
-// cost a block or two and nothing else.
+// cost some blocks, at worst those of one thread, and nothing else.
 bool isGone(DWORD thread) noexcept
 {
     const DWORD error = GetLastError();

@@ -7,6 +7,7 @@
 
 namespace platform {
 
+// With mingw __thread is a function call: the pool itself is as fast.
 #if !defined(ZTREE_POOL) || defined(_WIN32)
 
 inline void* smallAlloc(std::size_t bytes) noexcept
@@ -68,5 +69,11 @@ inline void smallFree(void* block, std::size_t bytes) noexcept
 }
 
 #endif
+
+/// For the usual `new` of objects that come and go all the time; it yields null on failure.
+struct SmallObject {
+    static void* operator new(std::size_t bytes) noexcept { return smallAlloc(bytes); }
+    static void operator delete(void* block, std::size_t bytes) noexcept { smallFree(block, bytes); }
+};
 
 } // namespace platform

@@ -1,5 +1,6 @@
 #pragma once
-// What tests reach in the shared library: exported where they are built along (ZTREE_TEST_HOOKS), nowhere else.
+// What tests reach in the shared library: exported where they are built along (ZTREE_TEST_HOOKS), nowhere
+// else.
 
 #include <ztree/types.h>
 

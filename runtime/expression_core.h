@@ -7,14 +7,8 @@
 #include <ztree/runtime.h>
 
 /// The view that an expression owns.
-class mExpression final {
+class mExpression final : public platform::SmallObject {
 public:
-    // Expressions come and go all the time. `new` yields null on failure.
-    static void* operator new(std::size_t bytes) noexcept { return platform::smallAlloc(bytes); }
-    static void operator delete(void* block, std::size_t bytes) noexcept
-    {
-        platform::smallFree(block, bytes);
-    }
     mExpression(const char* s, int n) noexcept { set(s, n); }
     virtual ~mExpression();
     int set(const char* s, int n) noexcept;

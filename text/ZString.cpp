@@ -34,10 +34,9 @@ void ZString::construct(const char* s, int len, unsigned int codepage)
 }
 void ZString::construct(const ztree::detail::StringFields<char>& src)
 {
-    void* place = mZString::operator new(sizeof(mZString));
-    if (!place)
+    m_pImpl = new mZString(this, src);
+    if (!m_pImpl)
         throwNoMemory();
-    m_pImpl = ::new (place) mZString(this, src); // nothing in it throws
 }
 ZString::ZString(const zwchar* s, int len, unsigned int codepage) : ZString(nullptr)
 {

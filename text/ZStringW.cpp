@@ -31,10 +31,9 @@ void ZStringW::construct(const zwchar* s, int len)
 }
 void ZStringW::construct(const ztree::detail::StringFields<zwchar>& src)
 {
-    void* place = mZStringW::operator new(sizeof(mZStringW));
-    if (!place)
+    m_pImpl = new mZStringW(this, src);
+    if (!m_pImpl)
         throwNoMemory();
-    m_pImpl = ::new (place) mZStringW(this, src); // nothing in it throws
 }
 ZStringW::ZStringW(const unsigned short* s, int len) : ZStringW(units(s), len) {}
 ZStringW::ZStringW(const zwcharOther* s, int len) : ZStringW(nullptr)

@@ -51,15 +51,8 @@ template <class Ch> Ch* duplicate(const Ch* text, int n)
 }
 
 /// Text, sharing and editing. Shells check what the text may be; here s is not null and lengths are counted.
-template <class Ch> class StringCore : public ztree::detail::StringFields<Ch> {
+template <class Ch> class StringCore : public ztree::detail::StringFields<Ch>, public platform::SmallObject {
 public:
-    // Strings come and go all the time. `new` yields null on failure, as it must not throw.
-    static void* operator new(std::size_t bytes) noexcept { return platform::smallAlloc(bytes); }
-    static void operator delete(void* block, std::size_t bytes) noexcept
-    {
-        platform::smallFree(block, bytes);
-    }
-
     using Traits = StringTraits<Ch>;
     using Fields = ztree::detail::StringFields<Ch>;
     static constexpr int inlineUnits = ztree::detail::stringInline;

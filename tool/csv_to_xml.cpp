@@ -1,11 +1,13 @@
+#include "tool/characters.h"
 #include "tool/csv.h"
 #include "tool/options.h"
-#include "tool/source_error.h"
 
 #include <ztree/ext/csv.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <cstring>
+#include <exception>
 
 namespace tool {
 
@@ -140,7 +142,7 @@ const char* putText(std::string& xml, std::string_view text)
 
 // --- the conversion ---
 
-/// Collects the places of bad values.
+/// Collects the places of bad values. Nothing may be thrown through the library, so a failure waits here.
 class BadValues {
 public:
     BadValues(const ztree::CsvReader& reader, std::string_view name)
@@ -148,10 +150,15 @@ public:
     {
     }
 
-    bool operator()(const ztree::CsvError& error)
+    bool operator()(const ztree::CsvError& error) noexcept
     {
-        add(error, ztree::csvReasonText(error.reason));
-        return m_count < most;
+        try {
+            add(error, ztree::csvReasonText(error.reason));
+            return m_count < most;
+        } catch (...) {
+            m_failure = std::current_exception();
+            return false;
+        }
     }
     void add(const ztree::CsvError& error, const char* reason)
     {
@@ -168,9 +175,11 @@ public:
             m_text += ": \"" + harmless(error.text) + '"';
         m_text += '\n';
     }
-    bool any() const { return m_count > 0; }
+    bool any() const { return m_count > 0 || m_failure; }
     [[noreturn]] void fail() const
     {
+        if (m_failure)
+            std::rethrow_exception(m_failure);
         throw Failure{exitMalformed,
                       m_text + (m_count < most ? "" : m_name + ": more of them are not shown\n"), true};
     }
@@ -182,13 +191,14 @@ private:
     std::string m_name;
     std::string m_text;
     int m_count = 0;
+    std::exception_ptr m_failure;
 };
 
 unsigned readInput(void* input, char* buffer, std::size_t room, std::size_t* got)
 {
     return static_cast<Input*>(input)->tryRead(buffer, room, *got)
                ? 0
-               : 1117; // any code: failed() has the reason
+               : 1117; // any code: throwIfFailed() has the reason
 }
 
 /// Settings with the checks of the types.
@@ -272,6 +282,8 @@ void convert(ztree::CsvReader& reader, const std::string& shown, Fail fail, cons
 
 [[noreturn]] void failReading(const std::string& shown, int result)
 {
+    if (static_cast<unsigned>(result) == 0x8007000Eu)
+        throw Failure{exitTrouble, "not enough memory"};
     const bool endless = static_cast<unsigned>(result) == 0x800700EAu;
     throw Failure{exitMalformed,
                   harmless(shown) + ": error: " +
@@ -288,14 +300,17 @@ void csvFileToXml(const std::string& name, const CsvStyle& style, const Layout& 
     ztree::CsvReader reader(settings);
     Input input(name);
     Progress progress(static_cast<std::size_t>(input.size()));
-    auto tell = [&progress](std::uint64_t done, std::uint64_t) {
-        progress.stage(("converted " + std::to_string(done / 1000000) + " of").c_str());
+    auto tell = [&progress](std::uint64_t done, std::uint64_t) noexcept {
+        char what[40];
+        std::snprintf(what, sizeof what, "converted %llu of",
+                      static_cast<unsigned long long>(done / 1000000));
+        progress.stage(what);
         return true;
     };
     reader.onProgress(tell);
     reader.open(&readInput, &input, input.size());
     const auto fail = [&input](int result) {
-        input.failed();
+        input.throwIfFailed();
         failReading(input.shown(), result);
     };
     convert(reader, input.shown(), fail, style, layout, sink);

@@ -59,7 +59,7 @@ bool Input::tryRead(char* buffer, std::size_t room, std::size_t& got) noexcept
     return m_error == 0;
 }
 
-void Input::failed() const
+void Input::throwIfFailed() const
 {
     if (m_error)
         failFile("read", m_shown, m_error);
@@ -69,7 +69,7 @@ std::size_t Input::read(char* buffer, std::size_t room)
 {
     std::size_t got = 0;
     if (!tryRead(buffer, room, got))
-        failed();
+        throwIfFailed();
     return got;
 }
 

@@ -22,10 +22,10 @@ public:
     std::uint64_t size() const { return m_size; }
     /// Up to `room` bytes; fewer at the end only. Throws Failure.
     std::size_t read(char* buffer, std::size_t room);
-    /// The same without an exception: false when it cannot be read, which failed() tells.
+    /// The same without an exception: false when it cannot be read, which throwIfFailed() tells.
     bool tryRead(char* buffer, std::size_t room, std::size_t& got) noexcept;
     /// Throws the Failure of a tryRead(); nothing when there was none.
-    void failed() const;
+    void throwIfFailed() const;
     /// Goes on behind so many bytes, or at the end.
     void skip(std::uint64_t bytes);
 

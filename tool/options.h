@@ -15,7 +15,7 @@ struct Option {
     const char* name; ///< without the dashes
     Takes takes;
     std::string value;               ///< what the value is called; for a choice the words, with "|" between
-    std::string help;                ///< one line
+    std::string help;                ///< a sentence, wrapped where it is printed
     unsigned long most = 0x7FFFFFFF; ///< the largest number
 };
 

@@ -1,5 +1,6 @@
 #include "tool/output.h"
 
+#include "tool/characters.h"
 #include "tool/system.h"
 
 #include <cerrno>
@@ -86,13 +87,12 @@ void message(std::string_view text)
 
 std::string harmless(std::string_view text)
 {
-    std::string result(text);
-    for (std::size_t i = 0; i < result.size(); ++i) {
-        const auto c = static_cast<unsigned char>(result[i]);
-        if (c < 0x20 || c == 0x7F)
-            result[i] = '?';
-        else if (c == 0xC2 && i + 1 < result.size() && (result[i + 1] & 0xE0) == 0x80) // C1 in UTF-8
-            result.replace(i, 2, 1, '?');
+    std::string result;
+    for (; !text.empty(); text.remove_prefix(1)) {
+        const bool control = isControl(text);
+        result += control ? '?' : text[0];
+        if (control && text[0] == '\xC2') // C1 has two bytes
+            text.remove_prefix(1);
     }
     return result;
 }

@@ -1,5 +1,7 @@
 #include "tool/source_error.h"
 
+#include "tool/characters.h"
+
 #include <ztree/ext/strings.h>
 
 #include <algorithm>
@@ -8,13 +10,6 @@
 namespace tool {
 
 namespace {
-
-// C0, DEL and C1: what a terminal may take as a command.
-bool isControl(std::string_view character)
-{
-    const unsigned char c = static_cast<unsigned char>(character[0]);
-    return c < 0x20 || c == 0x7F || (c == 0xC2 && static_cast<unsigned char>(character[1]) < 0xA0);
-}
 
 std::string asUtf8(std::string_view bytes)
 {
@@ -57,26 +52,6 @@ constexpr std::size_t before = 60;  // characters shown before the caret in a lo
 constexpr std::size_t shown = 90;
 
 } // namespace
-
-std::size_t characterLength(std::string_view text)
-{
-    const auto at = [&](std::size_t i) { return i < text.size() ? static_cast<unsigned char>(text[i]) : 0u; };
-    const unsigned first = at(0);
-    if (first < 0x80)
-        return 1;
-    const std::size_t n = first >= 0xC2 && first < 0xE0   ? 2
-                          : (first & 0xF0) == 0xE0        ? 3
-                          : first >= 0xF0 && first < 0xF5 ? 4
-                                                          : 0;
-    for (std::size_t i = 1; i < n; ++i)
-        if ((at(i) & 0xC0) != 0x80)
-            return 0;
-    const unsigned second = at(1); // overlong forms, surrogates, above U+10FFFF
-    if ((first == 0xE0 && second < 0xA0) || (first == 0xED && second > 0x9F) ||
-        (first == 0xF0 && second < 0x90) || (first == 0xF4 && second > 0x8F))
-        return 0;
-    return n;
-}
 
 std::string sourceError(const Source& source, Place place, std::string_view message)
 {

@@ -18,9 +18,6 @@ std::string sourceError(const Source& source, Place place, std::string_view mess
 /// Throws it as a Failure with exit code 3.
 [[noreturn]] void failSource(const Source& source, Place place, std::string_view message);
 
-/// Bytes of the character at the start of the text; 0 when they are not UTF-8.
-std::size_t characterLength(std::string_view text);
-
 /// Appends UTF-8 text so that it can stand in one line and does nothing to a terminal: a control character
 /// becomes "\n", "\t", "\r" or "\x1b", a stray byte "\xff"; `also` (a character of ASCII, 0 for none) and "\"
 /// get a "\" in front.

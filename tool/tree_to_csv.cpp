@@ -181,20 +181,21 @@ void treeToCsv(const ZTree& tree, const CsvStyle& style, Out& out)
     if (count == 0)
         return;
     std::vector<std::string_view> texts(columns.names().begin(), columns.names().end());
-    if (style.header)
-        writer.writeTexts(texts.data(), count);
+    int result = style.header ? writer.writeTexts(texts.data(), count) : 0;
     std::vector<std::string> values(columns.names().size());
     for (const ZTBranch* row : rows) {
+        if (result < 0)
+            break;
         for (std::string& value : values)
             value.clear();
         eachValue(*row, [&](const std::string& name, std::string value) {
             values[columns.of(name)] = std::move(value);
         });
         std::copy(values.begin(), values.end(), texts.begin());
-        if (writer.writeTexts(texts.data(), count) < 0)
-            break;
+        result = writer.writeTexts(texts.data(), count);
     }
-    const int result = writer.finish();
+    if (const int end = writer.finish(); result >= 0)
+        result = end;
     if (target.failure)
         std::rethrow_exception(target.failure);
     if (result < 0)

@@ -64,6 +64,7 @@ explained() {
     esac
 }
 
+[[ -s $work/hit && -s $work/calls ]] || { echo "no failures or no calls were seen" >&2; exit 2; }
 status=0
 for kind in heap file; do
     : >"$work/missed"

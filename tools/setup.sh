@@ -30,7 +30,8 @@ recipe=1    # raise it when the way Wine is made below changes: old copies are t
 inc=/usr/include
 build="g++:g++ cmake:cmake ninja-build:ninja"
 demo="shared-mime-info:/usr/share/mime/packages/freedesktop.org.xml"
-test="ccache:ccache libgtest-dev:/usr/src/googletest/CMakeLists.txt
+gtest="ccache:ccache libgtest-dev:/usr/src/googletest/CMakeLists.txt"
+test="$gtest
     g++-mingw-w64-i686-posix:i686-w64-mingw32-g++-posix"
 bench="libbenchmark-dev:$inc/benchmark/benchmark.h
     libpugixml-dev:$inc/pugixml.hpp libtinyxml2-dev:$inc/tinyxml2.h libxml2-dev:$inc/libxml2/libxml/parser.h
@@ -53,7 +54,7 @@ for group in "${@:-build}"; do
         package) want+=" $build $test $package" need_wine=1 ;;
         bench) want+=" $build $bench" ;;
         fuzz) want+=" $build $fuzz" ;;
-        valgrind) want+=" $build $test $valgrind" need_wine=1 ;;
+        valgrind) want+=" $build $gtest $valgrind" ;;
         lint) want+=" $build $lint" ;;
         doc) want+=" $doc" ;;
         all) want+=" $build $demo $test $package $bench $fuzz $valgrind $lint $doc" need_wine=1 ;;

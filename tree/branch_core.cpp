@@ -620,7 +620,7 @@ template <class Kind> int BranchCore<Kind>::findChild(const NameQuery<Ch>& query
                 const Branch* child = m_children.begin()[i];
                 if (child && !canBeIndexed(of(child)))
                     return false;
-                own = child ? of(child)->relHash() : 0;
+                own = relHash(child);
                 if (child && of(child)->m_rel)
                     AttribOps::watch(*of(child)->m_rel);
                 return true;
@@ -632,7 +632,7 @@ template <class Kind> int BranchCore<Kind>::findChild(const NameQuery<Ch>& query
             const Branch* child = m_children.begin()[i];
             if (child && !canBeIndexed(of(child)))
                 return false;
-            own = child ? foldedHash(of(child)->m_name, of(child)->m_nameLength) : 0;
+            own = baseHash(child);
             return true;
         },
         matches);
@@ -650,13 +650,20 @@ std::uint32_t BranchCore<Kind>::relHash(std::uint32_t base, const Ch* suffix, in
     return base * 31 ^ foldedHash(suffix, length);
 }
 
+template <class Kind> std::uint32_t BranchCore<Kind>::baseHash(const Branch* child) noexcept
+{
+    return child ? foldedHash(of(child)->m_name, of(child)->m_nameLength) : 0;
+}
+
 // As equals() takes it: a bare name counts as index 0.
-template <class Kind> std::uint32_t BranchCore<Kind>::relHash() const noexcept
+template <class Kind> std::uint32_t BranchCore<Kind>::relHash(const Branch* child) noexcept
 {
     static const Ch zero = '0';
-    const std::uint32_t base = foldedHash(m_name, m_nameLength);
-    return m_rel ? relHash(base, m_rel->getValue(), ztree_impl::valueLength(*m_rel))
-                 : relHash(base, &zero, 1);
+    if (!child)
+        return 0;
+    const auto* rel = of(child)->m_rel;
+    return rel ? relHash(baseHash(child), rel->getValue(), ztree_impl::valueLength(*rel))
+               : relHash(baseHash(child), &zero, 1);
 }
 
 // The last child is about to go.
@@ -667,9 +674,9 @@ template <class Kind> void BranchCore<Kind>::indexDropsLast() noexcept
     ChildIndex& index = *m_extra->childIndex;
     const int count = m_children.count();
     const Branch* child = m_children.at(count - 1);
-    index.byBase.dropLast(count, child ? foldedHash(of(child)->m_name, of(child)->m_nameLength) : 0);
+    index.byBase.dropLast(count, baseHash(child));
     if (index.changesSeen.load(std::memory_order_relaxed) == watchedChanges())
-        index.byRel.dropLast(count, child ? of(child)->relHash() : 0);
+        index.byRel.dropLast(count, relHash(child));
     else
         index.byRel.forget();
 }
@@ -695,7 +702,7 @@ template <class Kind> void BranchCore<Kind>::wantIndex() noexcept
             index.byRel.forget();
         return;
     }
-    if ((m_extra || (m_extra = new Extra)) && !m_extra->childIndex)
+    if (m_extra || (m_extra = new Extra))
         m_extra->childIndex = new ChildIndex;
 }
 

@@ -252,7 +252,8 @@ private:
     }
     bool canBeIndexed(const Impl* child) const noexcept;
     static std::uint32_t relHash(std::uint32_t base, const Ch* suffix, int length) noexcept;
-    std::uint32_t relHash() const noexcept;
+    static std::uint32_t baseHash(const Branch* child) noexcept; // of a child that may be null
+    static std::uint32_t relHash(const Branch* child) noexcept;
     void indexDropsLast() noexcept;
     static bool isRel(const Ch* name) noexcept;
     void setRel(const Ch* suffix, int length);

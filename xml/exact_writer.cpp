@@ -71,7 +71,7 @@ public:
         mZString& to = StringAccess::need(out);
         // What a very large block has left goes back to the system; a smaller one is as roomy as any text
         // that grew, and cutting it would only make the next one come from fresh memory.
-        if (m_limit > veryLarge)
+        if (m_limit > veryLarge && m_limit - m_length > spare)
             if (void* less = platform::heapResize(m_text.get(), m_length + spare)) {
                 static_cast<void>(m_text.release());
                 m_text.reset(static_cast<char*>(less));

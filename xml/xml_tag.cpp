@@ -6,7 +6,7 @@
 
 #include <ztree/runtime.h>
 
-#include <algorithm>
+#include <type_traits>
 
 namespace ztree_impl {
 
@@ -62,6 +62,7 @@ template <class Kind> typename Kind::Tag* XmlTagCore<Kind>::create(const TagPart
 {
     static_assert(sizeof(Tag) % alignof(Impl) == 0, "the implementation follows the public object");
     constexpr int mostName = 255;
+    constexpr int mostTextRoom = 4096;
     constexpr std::size_t mostAttribUnits = 32768;
     AttribPiece<Ch> pieces[fewAttribs];
     int count = parts.attribsLength
@@ -96,21 +97,27 @@ template <class Kind> typename Kind::Tag* XmlTagCore<Kind>::create(const TagPart
     impl->m_textRoom = static_cast<std::uint16_t>(textRoom);
     if (nameRoom)
         impl->setName(parts.name, parts.nameLength);
-    Ch* const units = impl->units();
-    std::size_t at = static_cast<std::size_t>(nameRoom) + 1;
+    impl->fillSpots(pieces);
+    return tag;
+}
+
+// The texts stand behind the name's room.
+template <class Kind> void XmlTagCore<Kind>::fillSpots(const AttribPiece<Ch>* pieces) noexcept
+{
+    Ch* const room = units();
+    std::size_t at = std::size_t{m_nameRoom} + 1;
     auto put = [&](const Ch* text, int n, std::uint16_t& to, std::uint16_t& length) {
         to = n ? static_cast<std::uint16_t>(at) : std::uint16_t{0};
         length = static_cast<std::uint16_t>(n);
-        copyText(units + at, text, static_cast<std::size_t>(n) * sizeof(Ch));
+        copyText(room + at, text, static_cast<std::size_t>(n) * sizeof(Ch));
         at += static_cast<std::size_t>(n);
-        units[at++] = 0;
+        room[at++] = 0;
     };
-    for (int i = 0; i < count; ++i) {
-        Spot& spot = const_cast<Spot&>(impl->spots()[i]);
+    for (int i = 0; i < m_spots; ++i) {
+        Spot& spot = const_cast<Spot&>(spots()[i]);
         put(pieces[i].name, pieces[i].nameLength, spot.name, spot.nameLength);
         put(pieces[i].value, pieces[i].valueLength, spot.value, spot.valueLength);
     }
-    return tag;
 }
 
 template <class Kind> void XmlTagCore<Kind>::complete(const TagParts<Kind>& parts)
@@ -240,9 +247,11 @@ template <class Kind> const typename Kind::Char* XmlTagCore<Kind>::attrib(const 
         return m_attribs->getAttrib(name);
     if (!name || !m_spots)
         return nullptr;
-    const int found = findSorted<typename Kind::AttribKind>(
-        name, m_spots, [this](int i) { return units() + spots()[i].name; });
-    return found < 0 ? nullptr : attribAt(found).value;
+    NameSearch<typename Kind::AttribKind> search(name, true);
+    int i = 0;
+    while (i < m_spots && !search.endsAt(units() + spots()[i].name))
+        ++i;
+    return search.found() ? attribAt(i).value : nullptr;
 }
 
 template <class Kind> typename Kind::AttribList& XmlTagCore<Kind>::attribs()

@@ -35,7 +35,6 @@ public:
     /// that many units; complete() adds what finds no place there. Both throw 0x84201001.
     static Tag* create(const TagParts<Kind>& parts, int textRoom);
     void complete(const TagParts<Kind>& parts);
-    static constexpr int mostTextRoom = 4096;
     static Impl* of(const Tag* tag) noexcept { return tag->m_pImpl; }
 
     void share(const XmlTagCore& other);
@@ -93,6 +92,7 @@ private:
     {
         return reinterpret_cast<const Spot*>(static_cast<const Impl*>(this) + 1);
     }
+    void fillSpots(const AttribPiece<Ch>* pieces) noexcept;
     /// The texts in the block: the name, the attributes, room for the text.
     Ch* units() noexcept { return const_cast<Ch*>(static_cast<const XmlTagCore*>(this)->units()); }
     const Ch* units() const noexcept { return reinterpret_cast<const Ch*>(spots() + m_spotRoom); }

@@ -9,7 +9,6 @@
 #include <ztree/helpers.h>
 
 #include <cstddef>
-#include <memory>
 
 namespace growth {
 namespace {
@@ -115,12 +114,14 @@ void delimited(Cases& add)
             return once([&] {
                 csvBuffer settings;
                 settings.setParameter(csvParamDialect, csvDialectRfc);
-                for (int i = 0; i < n; ++i)
-                    settings.addFieldDefinition(
-                        ztree::fieldAt<csvInt>(static_cast<unsigned short>(i + 100), 0));
+                for (int i = 0; i < n; ++i) {
+                    const auto id = static_cast<unsigned short>(i + 100);
+                    check(settings.addFieldOrder(&id, 1) == 0, "order");
+                    check(settings.addFieldDefinition(ztree::fieldAt<csvInt>(id, 0)) == 0, "definition");
+                }
                 ztree::CsvReader reader(settings);
                 for (int i = 0; i < n; ++i)
-                    reader.bind(static_cast<unsigned short>(i + 100), all[i]);
+                    check(reader.bind(static_cast<unsigned short>(i + 100), all[i]) == 0, "bound");
                 reader.openText(bytes);
                 check(reader.readHeader() == 1, "all names");
                 int record = 0;
@@ -136,8 +137,8 @@ void delimited(Cases& add)
                 csvBuffer buffer;
                 for (int i = 0; i < n; ++i) {
                     const auto id = static_cast<unsigned short>(i + 100);
-                    buffer.addFieldDefinition(ztree::fieldAt<csvInt>(id, 0));
-                    buffer.addFieldOrder(&id, 1);
+                    check(buffer.addFieldOrder(&id, 1) == 0, "order");
+                    check(buffer.addFieldDefinition(ztree::fieldAt<csvInt>(id, 0)) == 0, "definition");
                 }
                 int value = 7;
                 ZString line;

@@ -9,10 +9,9 @@
 #include <ztree/tree.h>
 #include <ztree/xml.h>
 
-#include <cstdio>
-#include <cstdlib>
 #include <ctime>
 #include <functional>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -78,10 +77,8 @@ template <class T> void keep(const T& value)
 }
 inline void check(bool ok, const char* what)
 {
-    if (!ok) {
-        std::fprintf(stderr, "growth: not what is to be measured: %s\n", what);
-        std::exit(2);
-    }
+    if (!ok)
+        throw std::runtime_error(what);
 }
 
 // --- the twins ---

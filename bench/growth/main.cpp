@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <cstdio>
 #include <malloc.h>
 #include <map>
 
@@ -186,7 +187,13 @@ int main(int argc, char** argv)
     for (const Case& c : cases.all()) {
         if (!isWanted(c, argc - 1, argv + 1))
             continue;
-        const Result r = judge(c);
+        Result r;
+        try {
+            r = judge(c);
+        } catch (const std::exception& e) {
+            r.note = std::string("not what is to be measured: ") + e.what();
+            r.bad = true;
+        }
         print(c, r);
         ++count;
         leaps += !r.bad && !r.note.empty();

@@ -6,7 +6,6 @@
 #include <ztree/ext/strings.h>
 #include <ztree/print.h>
 
-#include <memory>
 #include <sstream>
 
 namespace growth {

@@ -4,8 +4,6 @@
 
 #include <ztree/ext/tree.h>
 
-#include <cstring>
-#include <memory>
 #include <sstream>
 
 namespace growth {

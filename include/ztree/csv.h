@@ -86,9 +86,9 @@ public:
     int setBuffer(const char* buffer, unsigned int size) noexcept;
     /// Bytes of the value. Returns 0.
     int setSize(unsigned int size) noexcept;
-    /// These two give 0x80004005 for a fixed address.
+    /// 0x80004005 for a fixed address.
     int setOffset(long offset) noexcept;
-    /// Adds to the address.
+    /// Adds to the address, as setOffset() sets it.
     int shiftBuffer(long delta) noexcept;
     /// Address or offset; *size (may be null) receives the size.
     char* getBuffer(unsigned int* size) const noexcept
@@ -478,7 +478,7 @@ public:
     // --- definitions ---
     /// clearFieldDefinitionList(), then addFieldDefinitionList().
     int setFieldDefinitionList(const csvField** list, int count);
-    /// The same for one.
+    /// addFieldDefinitionList() for one.
     int addFieldDefinition(const csvField& field);
     /// Clones the definitions into the slots of their identifiers; others are left out. A slot that holds one
     /// of the same class keeps it as it is.

@@ -26,11 +26,11 @@ ZTREE_API int dumpSize(unsigned long bytes);
 /// number is taken; when there is none, the backup with the oldest write time is replaced. Of the
 /// extension, the dot and three characters are kept (app.html: app000.htm).
 ///   path  UTF-8 on Linux, ANSI code page on Windows; the backup's name is made of its first 257 bytes
-/// Returns 2 when a free number was found, -1 when the oldest backup was replaced. Then the file has
-/// been moved. It stays where it is with every other result, a system error code; and with -1 when the
-/// name has no extension, max is below 1 or every backup was written later than now. A backup that cannot
-/// be opened is passed over: when the oldest of the others is replaced, the result is the code of the last
-/// such one.
+/// Returns 2 when a free number was found, -1 when the oldest backup was replaced: then the file has been
+/// moved. With another result, a system error code, it stays where it is; and with -1 when the name has no
+/// extension, max is below 1 or every backup was written later than now. A backup that cannot be opened is
+/// passed over: when the oldest of the others is replaced, the file has been moved although the result is the
+/// code of the last such one.
 ZTREE_API int backupFile(const char* path, int max);
 
 /// Writes a registry value.

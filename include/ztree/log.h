@@ -319,7 +319,7 @@ struct IMCWLogClient : public IUnknown {
     virtual HRESULT ZTREE_COMCALL getLogModes(zulong* modes) const = 0;
     /// 0 if one of these modes is enabled, else 0x80004005.
     virtual HRESULT ZTREE_COMCALL checkLogModes(zulong modes) const = 0;
-    /// Entries up to this level pass; 0 lets none through. 0.
+    /// Entries up to this level pass; with 0 those without a level alone. 0.
     virtual HRESULT ZTREE_COMCALL setLogLevel(unsigned char level) = 0;
     /// The level with this name in the client's list, or in the built-in one if it has none, in any case.
     /// Null sets level 10. 0x80004005 and no change for an unknown name.

@@ -1,16 +1,20 @@
 // Tokenizers: documented examples, and long random sequences of calls against the plain steps.
 
-#include "support.h"
+#include "attrib/models.h"
+#include "support/heap_fixture.h"
+#include "support/random.h"
+#include "support/twins.h"
 
 #include <ztree/ext/attrib.h>
 
+#include <array>
 #include <vector>
 
 namespace {
 
 template <class K> class Tokenizer : public HeapTest {
 };
-TYPED_TEST_SUITE(Tokenizer, BothWidths);
+TYPED_TEST_SUITE(Tokenizer, BothTwins);
 class TokenizerEx : public HeapTest {};
 
 template <class T> std::vector<std::string> rest(T& tokenizer)
@@ -21,6 +25,11 @@ template <class T> std::vector<std::string> rest(T& tokenizer)
     return all;
 }
 using Strings = std::vector<std::string>;
+
+template <class K> Text<typename K::Ch> lit(const std::string& s)
+{
+    return widen<typename K::Ch>(s);
+}
 
 } // namespace
 
@@ -86,120 +95,6 @@ TYPED_TEST(Tokenizer, changesDelimitersAsItGoes)
     EXPECT_EQ(static_cast<const typename K::Ch*>(t), nullptr);
 }
 
-TYPED_TEST(Tokenizer, equalsPlainSteps)
-{
-    using K = TypeParam;
-    using Ch = typename K::Ch;
-    using Maybe = std::optional<Text<Ch>>;
-    const Text<Ch> alphabet = lit<K>("aab=\"'  \t\r\n\r,") + static_cast<Ch>(sizeof(Ch) == 1 ? -23 : 0x20AC);
-    const Text<Ch> many = lit<K>("0123456789") + alphabet; // more than are compared at once
-    Dice dice(sizeof(Ch));
-    typename K::Tokenizer real;
-    TokenizerModel<Ch> model;
-    model.init({}, std::nullopt, 0);
-    auto chosen = [&]() -> Maybe {
-        const int n = dice.below(8);
-        if (n < 3)
-            return std::nullopt;
-        return n == 7 ? many : dice.text(alphabet, 5);
-    };
-    auto pointer = [](const Maybe& s) { return s ? s->c_str() : nullptr; };
-    for (int step = 0; step < 150000; ++step) {
-        const Maybe set = chosen();
-        switch (model.hasMore() ? dice.below(40) : dice.below(10)) {
-        case 0: {
-            const int mode = dice.below(4);
-            const Text<Ch> text = dice.text(alphabet, dice.below(10) ? 12 : 80);
-            real.init(text.c_str(), pointer(set), mode);
-            model.init(text, set, mode);
-            break;
-        }
-        case 1:
-            real.setSepList(pointer(set));
-            model.seps = set.value_or(model.defaults());
-            break;
-        case 2:
-            real.setMode(model.mode = dice.below(4));
-            break;
-        case 3: {
-            typename K::Tokenizer copy(real);
-            const Text<Ch> text = dice.text(alphabet, 40);
-            real.init(text.c_str(), pointer(set), 1);
-            real = copy;
-            break;
-        }
-        case 4:
-        case 5:
-            ASSERT_EQ(real.skip(pointer(set)), set ? model.skip(*set) : 0);
-            break;
-        default: {
-            const int mode = dice.below(5) - 1;
-            const Maybe expected = model.next(set, mode);
-            const Ch* token = real.nextToken(pointer(set), mode);
-            ASSERT_EQ(shown(token), expected ? shown(*expected) : "(null)")
-                << step << ' ' << shown(model.text);
-        }
-        }
-        ASSERT_EQ(real.lastSplit(), model.lastSplit) << step;
-        ASSERT_EQ(real.hasMoreTokens(), model.hasMore()) << step;
-    }
-}
-
-TEST_F(TokenizerEx, equalsPlainSteps)
-{
-    using Maybe = std::optional<std::string>;
-    const std::string alphabet("aab\"=  \r\r\n\n,\0", 13);
-    Dice dice(3);
-    ZTokenizerEx real(nullptr, 0, nullptr, 0);
-    TokenizerModel<char> model;
-    model.strict = true;
-    model.init({}, std::nullopt, 0);
-    ZString out("before");
-    for (int step = 0; step < 150000; ++step) {
-        const bool none = dice.below(2);
-        const std::string drawn = dice.below(8) ? dice.text(alphabet, 5).c_str() : "0123456789\r\n,";
-        const Maybe set = none ? Maybe() : drawn;
-        const char* pointer = none ? nullptr : drawn.c_str();
-        switch (model.hasMore() ? dice.below(30) : dice.below(8)) {
-        case 0: {
-            const int mode = dice.below(16) & ~4;
-            const std::string text = dice.text(alphabet, dice.below(10) ? 12 : 80);
-            const bool counted = dice.below(4);
-            real.init(text.c_str(), counted ? static_cast<int>(text.size()) : -1, pointer, mode);
-            model.init(counted ? text : text.c_str(), set, mode);
-            break;
-        }
-        case 1: {
-            ZTokenizerEx copy(real);
-            real.init(nullptr, 0, nullptr, 0);
-            real = copy;
-            break;
-        }
-        case 2:
-            ASSERT_EQ(real.skip(pointer), set ? model.skip(*set) : 0);
-            break;
-        case 3: {
-            const int size = dice.below(6) - 1;
-            const std::string expected = model.chunk(size);
-            ASSERT_STREQ(real.getChunk(out, size), expected.c_str());
-            ASSERT_EQ(static_cast<std::size_t>(out.length()), expected.size());
-            break;
-        }
-        default: {
-            const int mode = dice.below(2) ? -1 : dice.below(16) & ~4;
-            const Maybe expected = model.next(set, mode);
-            const char* token = real.nextToken(out, pointer, mode);
-            ASSERT_EQ(token != nullptr, expected.has_value()) << step;
-            const std::string got =
-                out.length() ? std::string(out.getBuffer(), static_cast<std::size_t>(out.length())) : "";
-            ASSERT_EQ(shown(got), shown(expected.value_or(""))) << step << ' ' << shown(model.text);
-        }
-        }
-        ASSERT_EQ(real.lastSplit(), model.lastSplit) << step;
-        ASSERT_EQ(real.hasMoreTokens(), model.hasMore()) << step;
-    }
-}
-
 TEST_F(TokenizerEx, lineEndsAndZeros)
 {
     ZString out;
@@ -221,6 +116,115 @@ TEST_F(TokenizerEx, lineEndsAndZeros)
     EXPECT_EQ(all("a;b", 0, ";", 0), Strings{});
     const char unterminated[] = {';', ';'};
     EXPECT_EQ(all(unterminated, 2, ";", 0), Strings{}); // nothing left: nothing behind the text is looked at
+}
+
+// --- against the plain steps ---
+
+/// Both kinds of tokenizers spelled alike.
+template <class K> struct Stepped {
+    using Ch = typename K::Ch;
+    using Modes = std::array<int, 4>;
+    static constexpr bool strict = false;
+    static constexpr Modes modes = {0, 1, 2, 3};
+    typename K::Tokenizer t;
+
+    void init(const Text<Ch>& text, bool, const Ch* set, int mode) { t.init(text.c_str(), set, mode); }
+    std::string next(const Ch* set, int mode) { return shown(t.nextToken(set, mode)); }
+};
+struct Bytes {
+    using Ch = char;
+};
+template <> struct Stepped<Bytes> {
+    using Modes = std::array<int, 8>;
+    static constexpr bool strict = true;
+    static constexpr Modes modes = {0, 1, 2, 3, 8, 9, 10, 11};
+    ZTokenizerEx t{nullptr, 0, nullptr, 0};
+    ZString out{"before"};
+
+    void init(const std::string& text, bool counted, const char* set, int mode)
+    {
+        t.init(text.c_str(), counted ? static_cast<int>(text.size()) : -1, set, mode);
+    }
+    std::string next(const char* set, int mode)
+    {
+        const bool given = t.nextToken(out, set, mode);
+        return given ? bytes() : shown(static_cast<const char*>(nullptr));
+    }
+    std::string bytes() const
+    {
+        return out.length() ? shown(std::string(out.getBuffer(), static_cast<std::size_t>(out.length())))
+                            : "";
+    }
+};
+
+template <class K> class TokenizerSteps : public HeapTest {
+};
+using AllKinds = ::testing::Types<Twin<char>, Twin<zwchar>, Bytes>;
+TYPED_TEST_SUITE(TokenizerSteps, AllKinds);
+
+TYPED_TEST(TokenizerSteps, equalPlainOnes)
+{
+    using Ch = typename TypeParam::Ch;
+    using Maybe = std::optional<Text<Ch>>;
+    Stepped<TypeParam> real;
+    constexpr bool strict = real.strict;
+    Text<Ch> alphabet = widen<Ch>("aab=\"'  \t\r\r\n\n,") + static_cast<Ch>(sizeof(Ch) == 1 ? -23 : 0x20AC);
+    const Text<Ch> many = widen<Ch>("0123456789") + alphabet; // more than are compared at once
+    if (strict)
+        alphabet += Ch{};
+    Dice dice(sizeof(Ch) + strict);
+    TokenizerModel<Ch> model;
+    model.strict = strict;
+    model.init({}, std::nullopt, 0);
+    const auto pickMode = [&] { return real.modes[static_cast<std::size_t>(dice.below(real.modes.size()))]; };
+    for (int step = 0; step < 150000; ++step) {
+        const int kind = dice.below(8);
+        const Maybe set = kind < 3 ? Maybe() : kind == 7 ? many : Maybe(dice.text(alphabet, 5).c_str());
+        const Ch* const pointer = set ? set->c_str() : nullptr;
+        switch (model.hasMore() ? dice.below(40) : dice.below(10)) {
+        case 0: {
+            const int mode = pickMode();
+            const bool counted = dice.below(4);
+            const Text<Ch> text = dice.text(alphabet, dice.below(10) ? 12 : 80);
+            real.init(text, counted, pointer, mode);
+            model.init(counted ? text : text.c_str(), set, mode);
+            break;
+        }
+        case 1:
+            real.t.setSepList(pointer);
+            model.seps = set.value_or(model.defaults());
+            break;
+        case 2:
+            real.t.setMode(model.mode = pickMode());
+            break;
+        case 3: {
+            auto copy(real.t);
+            real.init(dice.text(alphabet, 40), true, pointer, 1);
+            real.t = copy;
+            break;
+        }
+        case 4:
+        case 5:
+            ASSERT_EQ(real.t.skip(pointer), set ? model.skip(*set) : 0);
+            break;
+        case 6:
+            if constexpr (strict) {
+                const int size = dice.below(6) - 1;
+                const std::string expected = model.chunk(size);
+                ASSERT_STREQ(real.t.getChunk(real.out, size), expected.c_str());
+                ASSERT_EQ(real.bytes(), shown(expected));
+            }
+            break;
+        default: {
+            const int mode = dice.below(2) ? -1 : pickMode();
+            const Maybe expected = model.next(set, mode);
+            ASSERT_EQ(real.next(pointer, mode), expected ? shown(*expected) : "(null)")
+                << step << ' ' << shown(model.text);
+        }
+        }
+        ASSERT_EQ(real.t.lastSplit(), model.lastSplit) << step;
+        ASSERT_EQ(real.t.hasMoreTokens(), model.hasMore()) << step;
+    }
 }
 
 TEST(Tokens, viewsInALoop)

@@ -87,16 +87,6 @@ void conversions(Calls& c, Random& r)
     Call{c, "back", known.convertTo(65001), known};
 }
 
-template <class Print> int withValue(Print call, const PrintCase& p)
-{
-    const auto with = [&](auto v) {
-        return p.stars == 0 ? call(v) : p.stars == 1 ? call(p.star[0], v) : call(p.star[0], p.star[1], v);
-    };
-    return p.kind == PrintCase::int32   ? with(static_cast<int>(p.number))
-           : p.kind == PrintCase::int64 ? with(p.number)
-                                        : with(p.value);
-}
-
 // Not here: the length l, which is the target's long, z t I, and p.
 void print(Calls& c, Random& r)
 {
@@ -112,9 +102,9 @@ void print(Calls& c, Random& r)
     const Wide wideText = widened(text), wideFmt = widened(p.fmt), wideWides = widened(wides[shape]);
     char s[900] = {};
     zwchar w[900] = {};
-    int n = withValue([&](auto... v) { return sprintfn(s, limit, 65001, p.fmt.c_str(), v...); }, p);
+    int n = callWith(p, [&](auto... v) { return sprintfn(s, limit, 65001, p.fmt.c_str(), v...); });
     Call{c, "narrow", p.fmt, p.number, p.value, limit, n, s};
-    n = withValue([&](auto... v) { return swprintfn(w, limit, 65001, wideFmt.c_str(), v...); }, p);
+    n = callWith(p, [&](auto... v) { return swprintfn(w, limit, 65001, wideFmt.c_str(), v...); });
     Call{c, "wide", n, w};
     Call{c, "text", page, text, sprintfn(s, limit, page, narrows[shape], text.c_str()), s};
     Call{c, "text", wides[shape], sprintfn(s, limit, page, wides[shape], wideText.c_str()), s};

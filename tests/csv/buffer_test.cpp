@@ -1,5 +1,4 @@
 #include "csv/support.h"
-#include "support/heap_fixture.h"
 
 #include <cstring>
 
@@ -311,49 +310,6 @@ TEST(csvBuffer, lineInTheCodePageOfTheString)
     EXPECT_EQ(buffer.setData("\x80\xC6", 2, 1251), 0);
     EXPECT_EQ(buffer.scanLine(nullptr), 0);
     EXPECT_EQ(std::string(narrow, 3), "\x80\xC6 ");
-}
-
-using csvMemory = HeapTest;
-
-TEST_F(csvMemory, everyAllocationMayFail)
-{
-    const auto make = [] {
-        auto buffer = std::make_unique<csvBuffer>();
-        define(*buffer);
-        return buffer;
-    };
-    // Constructors and assignments throw, operations return their code.
-    const auto demand = [](int result) {
-        if (result == static_cast<int>(ztree::errOutOfMemory))
-            throw structExcept(ztree::errMemory);
-        EXPECT_EQ(result, 0);
-    };
-    const std::string longText(600, 'x');
-    const auto act = [&](csvBuffer& buffer) {
-        demand(buffer.addFieldOrder(order, 3));
-        const unsigned short more[] = {21, 22};
-        demand(buffer.addFieldOrder(more, 2));
-        demand(buffer.addFieldDefinition(csvConst(21, ZTEXT("a constant that needs a block"))));
-        demand(buffer.addFieldDefinition(csvInt(22, static_cast<int*>(nullptr), 0)));
-        csvBuffer copy(buffer);
-        copy = buffer;
-        buffer.setParameter(csvParamEscape, 1);
-        demand(setData(buffer, "1;" + longText + ";;;;x\n2"));
-        Record record = {};
-        demand(buffer.scanLine(&record));
-        ZStringW text;
-        demand(setData(buffer, longText));
-        ZString line;
-        demand(buffer.createLine(line, &record));
-        EXPECT_EQ(record.number, 1);
-        EXPECT_STREQ(record.name, "xxxxxxxx");
-    };
-    const auto check = [](csvBuffer& buffer) { // goes on working
-        Record record = {5, "five", 0};
-        const std::string line = lineOf(buffer, &record);
-        EXPECT_EQ(line.substr(0, 7), "5;five;");
-    };
-    EXPECT_GT(sweep(make, act, check), 20);
 }
 
 } // namespace

@@ -94,7 +94,7 @@ TEST(csvField, keepsFlagsSizesAndAddresses)
     EXPECT_EQ(textOf(moved), "");
     EXPECT_EQ(put(moved, "text"), 0); // nowhere to go, like every byte beyond the size
 
-    ZStringW text = wide("00120");
+    ZStringW text = ztree::wide("00120");
     field.setFlags(csvFlagPadZero | csvFlagAlignRight);
     EXPECT_EQ(field.unformat(text), 0);
     EXPECT_EQ(utf8(text), "120");
@@ -349,7 +349,7 @@ TEST(csvAmount, decimalsAreInTheFlags)
         EXPECT_EQ(value, c.value);
         EXPECT_EQ(textOf(field), c.read);
     }
-    ZStringW kept = wide("before");
+    ZStringW kept = ztree::wide("before");
     value = 1e-8;
     EXPECT_EQ(csvAmount(1, &value, csvFlagRaw).read(kept), 0);
     EXPECT_EQ(utf8(kept), "before");

@@ -2,6 +2,7 @@
 // Short ways to hand texts to fields and buffers and to get them back, as UTF-8.
 
 #include <ztree/csv.h>
+#include <ztree/ext/strings.h>
 
 #include <gtest/gtest.h>
 
@@ -14,16 +15,7 @@ constexpr int badArgument = static_cast<int>(0x80070057);
 
 inline std::string utf8(const ZStringW& wide)
 {
-    const ZString text(wide.getBuffer(), wide.length() ? wide.length() : -1, 65001);
-    return std::string(text.getBuffer() ? text.getBuffer() : "", static_cast<std::size_t>(text.length()));
-}
-
-inline ZStringW wide(const std::string& text)
-{
-    ZStringW out;
-    if (!text.empty())
-        out.convertFrom(65001, text.data(), static_cast<int>(text.size()));
-    return out;
+    return ztree::toUtf8(wide);
 }
 
 inline std::string textOf(const csvField& field)
@@ -35,7 +27,7 @@ inline std::string textOf(const csvField& field)
 
 inline int put(const csvField& field, const std::string& text)
 {
-    return field.write(wide(text));
+    return field.write(ztree::wide(text));
 }
 
 /// The line of the record, without its line end.
@@ -45,7 +37,7 @@ inline std::string lineOf(csvBuffer& buffer, const void* record = nullptr)
     const int result = buffer.createLine(line, record);
     if (result != 0)
         return "error " + std::to_string(result);
-    std::string text(line.getBuffer() ? line.getBuffer() : "", static_cast<std::size_t>(line.length()));
+    std::string text(ztree::view(line));
     while (!text.empty() && (text.back() == '\n' || text.back() == '\r'))
         text.pop_back();
     return text;

@@ -456,32 +456,4 @@ TEST(AmountRandom, textsBothWays)
     }
 }
 
-// The digits do not depend on the target: both have to arrive at the same number.
-TEST(AmountRandom, sameDigitsOnBothTargets)
-{
-    Random random(13);
-    std::uint64_t hash = 0xCBF29CE484222325u;
-    const auto add = [&hash](const void* bytes, std::size_t n) {
-        for (std::size_t i = 0; i < n; ++i)
-            hash = (hash ^ static_cast<const unsigned char*>(bytes)[i]) * 0x100000001B3u;
-    };
-    for (int i = 0; i < 1000000; ++i) {
-        const double value = randomAmount(random);
-        char text[ztree::roomDoubleTextEx] = "";
-        for (int n : {doubleAStringEx(value, text, true, nullptr, static_cast<char>(i % 6)),
-                      doubleAmountEx(value, text + 300, static_cast<char>(i % 9))})
-            add(&n, sizeof n);
-        add(text, std::strlen(text));
-        add(text + 300, std::strlen(text + 300));
-        doubleAString(value, text, true, nullptr);
-        doubleAmount(value, text + 40);
-        add(text, std::strlen(text));
-        add(text + 40, std::strlen(text + 40));
-        const double rounded[] = {doubleFix(value), doubleFixEx(value, static_cast<char>(i % 7))};
-        add(rounded, sizeof rounded);
-    }
-    std::printf("hash of the digits: %016llx\n", static_cast<unsigned long long>(hash));
-    EXPECT_EQ(hash, 0x580f496a33b7302eu);
-}
-
 } // namespace

@@ -70,13 +70,10 @@ TEST_F(ClockTest, timeTexts)
         unsigned long time;
     };
     const Case cases[] = {
-        {"1230", true, 5, 123000},   // the seconds were reached and count as 0; the terminator is skipped
-        {"12", true, -1, 999999},    // the seconds were not reached
-        {"130509", true, 7, 130509}, //
-        {"13:05:09x", true, 8, 130509},  {"12:30", false, 6, 123000}, // hour and minute: that time
-        {"12", false, 2, 999999}, // an hour alone: the seconds stay open, and yet no failure
-        {"x", false, 0, 999999},  //
-        {"25:00:00", false, -1, 999999}, {"", false, 0, 0},           {nullptr, true, 0, 0},
+        {"1230", true, 5, 123000}, // the seconds were reached and count as 0; the terminator is skipped
+        {"12", true, -1, 999999},  // the seconds were not reached
+        {"12", false, 2, 999999},  // an hour alone: the seconds stay open, and yet no failure
+        {nullptr, true, 0, 0},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.text ? c.text : "null");
@@ -161,14 +158,9 @@ TEST_F(ClockTest, dateTexts)
         unsigned long date;
     };
     const Case cases[] = {
-        {nullptr, "3112", 4, 20001231}, // a missing year is 0
-        {nullptr, "31", -1, 99999999},
-        {nullptr, "29.02.0100", -1, 99999999},
-        {nullptr, "01019999", 8, 99999999}, // read, and then refused
-        {"DDMMYYYY", "5", 1, 20240205},     // the rest from the clock
-        {"DDMMYYYY", "30", -1, 99999999},   // which has a short month
-        {"DDNNNYYYY", "01032012", 8, 20120301},
-        {"DDNNNYYYY", "1.mar.2012", 10, 20120301},
+        {nullptr, "3112", 4, 20001231},             // a missing year is 0
+        {nullptr, "01019999", 8, 99999999},         // read, and then refused
+        {"DDMMYYYY", "5", 1, 20240205},             // the rest from the clock
         {"DDNNNYYYY", "1.xyz5.2012", 11, 20120501}, // no name: digits behind it
         {"DDNNNYY", "29-Feb-12", 2, 20240229},      // another separator ends it early
     };
@@ -234,69 +226,21 @@ TEST(DateText, worstPictures)
         EXPECT_EQ(dStringUlong(broken, &d, &fmt), 2);
 }
 
-TEST(AmountText, storageToDisplay)
+// Examples of what is easily taken for a mistake; the model has all the rest.
+TEST(AmountText, storageAndDisplay)
 {
-    struct Case {
-        const char* storage;
-        int length;
-        bool group;
-        int decimals; // -1: the plain function
-        const char* display;
-        int result;
-    };
-    const Case cases[] = {
-        {"5", -1, false, -1, "0,05", 4},
-        {"123456789", -1, true, -1, "1.234.567,89", 12},
-        {"123456789", 5, true, -1, "123,45", 6},
-        {"-5", -1, true, -1, "-,5", 3}, // behind a sign nothing is put in front
-        {"-0005", -1, true, -1, "-0,05", 5},
-        {"-05", -1, true, -1, "-,05", 4},
-        {"+12", -1, true, -1, "+,12", 4},
-        {"", -1, true, -1, "0,00", 4},
-        {"000", -1, true, 0, "0,", 2},
-        {"1.234,56", -1, false, -1, "1.234,56", 8},
-        {"12x", -1, true, -1, "12x", -1},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.storage);
-        char text[40];
-        EXPECT_EQ(c.decimals < 0 ? amountAString(c.storage, text, c.length, c.group, nullptr)
-                                 : amountAStringEx(c.storage, text, c.length, c.group, nullptr,
-                                                   static_cast<char>(c.decimals)),
-                  c.result);
-        EXPECT_STREQ(text, c.display);
-    }
-    const std::string longText = "x" + std::string(40, '7');
-    char text[64];
-    std::memset(text, '#', sizeof text);
-    EXPECT_EQ(amountAString(longText.c_str(), text, -1, false, nullptr), -1);
-    EXPECT_EQ(std::string(text), longText.substr(0, 23)) << "always cut at the same place";
-}
-
-TEST(AmountText, displayToStorage)
-{
-    struct Case {
-        const char* display;
-        int width;
-        const char* storage;
-        int result;
-    };
-    const Case cases[] = {
-        {"1.234,56", 10, "0000123456", 10},
-        {"-1.234,56", 10, "-000123456", 10},
-        {"  ", 3, "000", 3},
-        {"1234,56", 4, "3456", 6},
-        {"5,995", 6, "00059:", 6}, // the carry stays in its digit
-        {",25", 2, "25", 2},
-        {"1x", 4, "####", -1},
-        {",0045", 4, "0001", 4},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.display);
-        std::string field(static_cast<std::size_t>(c.width), '#');
-        EXPECT_EQ(aStringAmount(c.display, field.data(), c.width, nullptr), c.result);
-        EXPECT_EQ(field, c.storage);
-    }
+    char text[40];
+    EXPECT_EQ(amountAString("-5", text, -1, true, nullptr), 3);
+    EXPECT_STREQ(text, "-,5") << "behind a sign nothing is put in front";
+    EXPECT_EQ(amountAStringEx("000", text, -1, true, nullptr, 0), 2);
+    EXPECT_STREQ(text, "0,");
+    EXPECT_EQ(amountAString("1.234,56", text, -1, false, nullptr), 8);
+    EXPECT_STREQ(text, "1.234,56");
+    std::string field(6, '#');
+    EXPECT_EQ(aStringAmount("5,995", field.data(), 6, nullptr), 6);
+    EXPECT_EQ(field, "00059:") << "the carry stays in its digit";
+    EXPECT_EQ(aStringAmount("1234,56", field.data(), 4, nullptr), 6);
+    EXPECT_EQ(field, "34569:");
 }
 
 TEST(AmountText, doubles)
@@ -313,61 +257,28 @@ TEST(AmountText, doubles)
     EXPECT_EQ(doubleAmount(1.0, nullptr), -1);
     EXPECT_EQ(doubleAmount(empty, text), 0);
     EXPECT_STREQ(text, "");
-    EXPECT_EQ(doubleAmount(12.34, text), 9);
-    EXPECT_STREQ(text, "000001234");
-    EXPECT_EQ(doubleAmount(-4294967295999999.0, text), 19);
-    EXPECT_STREQ(text, "-429496729599999900");
     EXPECT_EQ(doubleAmount(1999999.999, text), 10) << "the part below the million is rounded by itself";
     EXPECT_STREQ(text, "1100000000");
     EXPECT_EQ(doubleAmountEx(-0.05, text, 2), 3) << "without the sign";
     EXPECT_STREQ(text, "-005");
-    EXPECT_EQ(doubleAString(-1234567.891, text, true, nullptr), 13);
-    EXPECT_STREQ(text, "-1.234.567,89");
-    EXPECT_EQ(doubleAStringEx(0.125, text, true, nullptr, 2), 4);
-    EXPECT_STREQ(text, "0,13") << "an exact half goes away from zero";
     EXPECT_EQ(doubleAStringEx(0.3, text, true, nullptr, 0), 2);
     EXPECT_STREQ(text, "0,") << "the separator stays below 1";
     EXPECT_EQ(doubleAStringEx(1234.3, text, true, nullptr, -3), 5);
     EXPECT_STREQ(text, "1.234");
     EXPECT_EQ(doubleAStringEx(-1.7976931348623157e308, text, true, nullptr, 9), 1 + 309 + 102 + 1 + 5);
     EXPECT_EQ(doubleAmountEx(1e-300, text, 127), 128);
-
-    struct Case {
-        const char* text;
-        double value;
-        int result;
-    };
-    const Case cases[] = {
-        {",995", 0.96, 1},  {" -1.234,5 ", -1234.5, 1}, {"1.2", 0.0, 1} /* counted as three digits */,
-        {"", empty, 0},     {" + ", empty, 0},          {"1234567890123456", invalid, -1},
-        {"1,2,3", 1.23, 1}, {"1;2", invalid, -1},
-    };
-    for (const Case& c : cases) {
-        double value = 7;
-        EXPECT_EQ(aStringDouble(c.text, &value, nullptr), c.result) << c.text;
-        EXPECT_EQ(value, c.value) << c.text;
-    }
     double value = 7;
-    EXPECT_EQ(amountDouble("-123456", -1, &value), 7);
-    EXPECT_EQ(value, -1234.56);
-    EXPECT_EQ(amountDouble("12345", 3, &value), 3);
-    EXPECT_EQ(value, 1.23);
+    EXPECT_EQ(aStringDouble("1.2", &value, nullptr), 1);
+    EXPECT_EQ(value, 0.0) << "counted as three digits";
     EXPECT_EQ(amountDouble("-", 1, &value), 1);
     EXPECT_EQ(value, empty);
-    EXPECT_EQ(amountDouble("1,5", -1, &value), -1);
-    EXPECT_EQ(value, invalid);
 }
 
 TEST(Rounding, byTheBinaryRemainder)
 {
     EXPECT_EQ(doubleFix(1.005), 1.0);
-    EXPECT_EQ(doubleFix(-1.006), -1.01);
-    EXPECT_EQ(doubleFix(0.0), 0.0);
     EXPECT_TRUE(std::signbit(doubleFix(-0.001)));
-    EXPECT_EQ(doubleFixEx(2.5, 0), 2.5);
     EXPECT_EQ(doubleFixEx(2.5, -1), 2.5);
-    EXPECT_EQ(doubleFixEx(2.125, 1), 2.1);
-    EXPECT_EQ(doubleFixEx(3.0, 2), 3.0);
     EXPECT_EQ(doubleAdd(1.006, 1.006), 2.02);
     EXPECT_EQ(doubleAddEx(1.26, 1.26, 1), 2.6);
     EXPECT_TRUE(std::isnan(doubleFix(HUGE_VAL)));

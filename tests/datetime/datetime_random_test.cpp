@@ -58,8 +58,10 @@ protected:
         }
         return result;
     }
-    void choose(tagLocalFmt& fmt, model::Locale& locale, bool time)
+    // A record, or now and then the strict form, which has none.
+    void choose(bool time)
     {
+        fmt = tagLocalFmt();
         const std::string chosen = time ? picture(random.oneIn(9) ? "HhMmSsx" : "HMS", 10)
                                         : picture(random.oneIn(9) ? "DdMmNnYyx" : "DMNY", 20);
         char* room = time ? fmt.szTimeFmt : fmt.szDateFmt;
@@ -75,9 +77,18 @@ protected:
         locale.months = other ? foreign : english;
         for (int i = 0; i < 12; ++i)
             fmt.apwMonth[i] = other ? foreign[i].c_str() : nullptr;
+        strict = random.oneIn(8);
+        if (strict)
+            locale = time ? model::Locale{ZTEXT("HHMMSS"), ':', english}
+                          : model::Locale{ZTEXT("DDMMYYYY"), '.', english};
+        used = strict ? nullptr : &fmt;
     }
 
     Random random{20120229};
+    tagLocalFmt fmt;
+    model::Locale locale;
+    bool strict = false;
+    const tagLocalFmt* used = nullptr;
 };
 
 // The units of the record above 127 are one byte in narrow text, so the narrow twin gets low units only.
@@ -95,12 +106,7 @@ TEST_F(RandomText, times)
     const Wide alphabet = ZTEXT(":.-/ T7xäü\u0141\u0130");
     int differences = 0;
     for (int i = 0; i < randomCases && differences < 5; ++i) {
-        tagLocalFmt fmt;
-        model::Locale locale;
-        choose(fmt, locale, true);
-        const bool strict = random.oneIn(8);
-        if (strict)
-            locale = {ZTEXT("HHMMSS"), ':', english};
+        choose(true);
         // --- packed to text ---
         const unsigned value[3] = {static_cast<unsigned>(random.below(25)),
                                    static_cast<unsigned>(random.below(61)),
@@ -111,7 +117,6 @@ TEST_F(RandomText, times)
         const int length = packed == 0 ? 0 : valid ? static_cast<int>(shown.size()) : -1;
         char narrow[ztree::roomTime];
         zwchar wide[ztree::roomTime];
-        const tagLocalFmt* used = strict ? nullptr : &fmt;
         bool same = ulongTString(packed, narrow, used) == length &&
                     lowBytes(shown) == std::string(narrow, shown.size());
         same &= ulongTStringW(packed, wide, used) == length && Wide(shown.c_str()) == wide;
@@ -162,13 +167,7 @@ TEST_F(RandomText, dates)
     const Wide alphabet = ZTEXT(".-/ :T7xäüЯяZ\u2003\u00AB九M");
     int differences = 0;
     for (int i = 0; i < randomCases && differences < 5; ++i) {
-        tagLocalFmt fmt;
-        model::Locale locale;
-        choose(fmt, locale, false);
-        const bool strict = random.oneIn(8);
-        if (strict)
-            locale = {ZTEXT("DDMMYYYY"), '.', english};
-        const tagLocalFmt* used = strict ? nullptr : &fmt;
+        choose(false);
         // --- packed to text ---
         unsigned value[3] = {
             static_cast<unsigned>(random.below(32)), static_cast<unsigned>(random.below(14)),

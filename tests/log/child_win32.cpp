@@ -43,9 +43,3 @@ int endOfChild(void* child)
     CloseHandle(child);
     return static_cast<int>(code);
 }
-
-int numberFromEnvironment(const char* name, int otherwise)
-{
-    const char* const value = std::getenv(name);
-    return value ? std::atoi(value) : otherwise;
-}

@@ -6,10 +6,6 @@
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <string>
 #include <sys/resource.h>
 #include <syslog.h>
 #include <unistd.h>
@@ -21,25 +17,15 @@ namespace {
 struct LogFiles : testing::Test {
     void SetUp() override
     {
-        fs::remove_all(folder);
-        fs::create_directory(folder);
         log.AddRef();
         log.setFlags(1);
     }
-    void TearDown() override
-    {
-        log.close();
-        fs::remove_all(folder);
-    }
-    static std::string get(const char* path)
-    {
-        std::ifstream in(path, std::ios::binary);
-        return {std::istreambuf_iterator<char>(in), {}};
-    }
+    void TearDown() override { log.close(); }
+    static std::string get(const std::string& name) { return LogFolder::get(name); }
     HRESULT line(const char* text) { return log.writelnEntry(logInfo, text, -1); }
 
-    const char* const folder = "logFiles.d";
-    const char* const path = "logFiles.d/app.log";
+    const LogFolder folder;
+    const char* const path = "log.d/app.log";
     fileLog log;
 };
 
@@ -66,8 +52,8 @@ TEST_F(LogFiles, aTornEntryIsClosedAndCounted)
         EXPECT_EQ(line("third"), hr(0x800700DF));
     }
     EXPECT_EQ(line("four"), S_OK);
-    EXPECT_EQ(get(path).substr(0, 28), "one\r\nseco\r\n*** 2 entries los");
-    EXPECT_EQ(get(path).substr(get(path).size() - 10), "**\r\nfour\r\n");
+    EXPECT_EQ(get("app.log").substr(0, 28), "one\r\nseco\r\n*** 2 entries los");
+    EXPECT_EQ(get("app.log").substr(get("app.log").size() - 10), "**\r\nfour\r\n");
 }
 
 TEST_F(LogFiles, aTornBlockGoesOnWithWholeLines)
@@ -82,7 +68,7 @@ TEST_F(LogFiles, aTornBlockGoesOnWithWholeLines)
     }
     line("third");
     EXPECT_EQ(log.flush(), S_OK);
-    EXPECT_EQ(get(path), "one\r\nseco\r\nsecond\r\nthird\r\n");
+    EXPECT_EQ(get("app.log"), "one\r\nseco\r\nsecond\r\nthird\r\n");
 }
 
 TEST_F(LogFiles, aFullDeviceRefuses)
@@ -96,40 +82,40 @@ TEST_F(LogFiles, aFullDeviceRefuses)
 
 TEST_F(LogFiles, followsWhatHappensToItsName)
 {
-    fs::create_directory("logFiles.d/sub");
-    const char* const deep = "logFiles.d/sub/app.log";
+    fs::create_directory("log.d/sub");
+    const char* const deep = "log.d/sub/app.log";
     log.open(deep);
     line("one");
     fs::remove(deep);
     usleep(10000); // within some milliseconds
     EXPECT_EQ(line("two"), S_OK);
-    EXPECT_EQ(get(deep), "two\r\n");
-    fs::remove_all("logFiles.d/sub");
+    EXPECT_EQ(get("sub/app.log"), "two\r\n");
+    fs::remove_all("log.d/sub");
     usleep(10000);
     EXPECT_EQ(line("three"), hr(0x80070003));
     EXPECT_EQ(line("four"), hr(0x80070003));
-    fs::create_directory("logFiles.d/sub");
+    fs::create_directory("log.d/sub");
     EXPECT_EQ(line("five"), S_OK);
-    EXPECT_EQ(get(deep), "*** 2 entries lost: 3 - Path not found. ***\r\nfive\r\n");
+    EXPECT_EQ(get("sub/app.log"), "*** 2 entries lost: 3 - Path not found. ***\r\nfive\r\n");
     fs::rename(deep, path);
     usleep(1100000);
     EXPECT_EQ(line("six"), S_OK);
-    EXPECT_EQ(get(deep), "six\r\n");
+    EXPECT_EQ(get("sub/app.log"), "six\r\n");
 }
 
 TEST_F(LogFiles, aFolderThatMayNotBeWritten)
 {
-    fs::permissions(folder, fs::perms::owner_read | fs::perms::owner_exec);
+    fs::permissions(folder.path, fs::perms::owner_read | fs::perms::owner_exec);
     const uid_t user = geteuid();
     ASSERT_EQ(user == 0 ? seteuid(65534) : 0, 0); // the superuser may write everywhere
     const HRESULT opened = log.open(path);
     const HRESULT written = line("one");
     ASSERT_EQ(user == 0 ? seteuid(0) : 0, 0);
-    fs::permissions(folder, fs::perms::owner_all);
+    fs::permissions(folder.path, fs::perms::owner_all);
     EXPECT_EQ(opened, hr(0x80070005));
     EXPECT_EQ(written, hr(0x80070005));
     EXPECT_EQ(line("two"), S_OK);
-    EXPECT_EQ(get(path).substr(0, 21), "*** 1 entries lost: 5");
+    EXPECT_EQ(get("app.log").substr(0, 21), "*** 1 entries lost: 5");
 }
 
 /// Whatever stands behind a descriptor of the process is replaced by a file for a time.

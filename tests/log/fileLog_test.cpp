@@ -1,15 +1,9 @@
 #include "log/support.h"
-#include "platform/hooks.h"
 #include "support/heap_fixture.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <string>
 #include <vector>
 
 namespace fs = std::filesystem;
@@ -40,8 +34,6 @@ class FileLogTest : public HeapTest {
 protected:
     void SetUp() override
     {
-        fs::remove_all(folder);
-        fs::create_directory(folder);
         HeapTest::SetUp();
         log = new fileLog;
         log->AddRef();
@@ -50,18 +42,13 @@ protected:
     void TearDown() override
     {
         log->Release();
-        fs::remove_all(folder);
         HeapTest::TearDown();
     }
-    static std::string get(const std::string& name)
-    {
-        std::ifstream in("fileLog.d/" + name, std::ios::binary);
-        return {std::istreambuf_iterator<char>(in), {}};
-    }
+    static std::string get(const std::string& name) { return LogFolder::get(name); }
     static std::vector<std::string> files()
     {
         std::vector<std::string> names;
-        for (const auto& entry : fs::directory_iterator("fileLog.d"))
+        for (const auto& entry : fs::directory_iterator(LogFolder::path))
             names.push_back(entry.path().filename().string());
         std::sort(names.begin(), names.end());
         return names;
@@ -69,8 +56,8 @@ protected:
     HRESULT line(const char* text, unsigned level = logInfo) { return log->writelnEntry(level, text, -1); }
     static void failFiles(long nth, unsigned error = 112) { Hooks::failAt(Site::file, nth, true, error); }
 
-    const char* const folder = "fileLog.d";
-    const char* const path = "fileLog.d/app.log";
+    const LogFolder folder;
+    const char* const path = "log.d/app.log";
     fileLog* log = nullptr;
 };
 
@@ -97,7 +84,7 @@ TEST_F(FileLogTest, appendsBesideOthers)
     EXPECT_EQ(log->reset(), S_OK);
     line("four");
     EXPECT_EQ(get("app.log"), "four\r\n");
-    EXPECT_EQ(log->open("fileLog.d/other.log"), S_OK);
+    EXPECT_EQ(log->open("log.d/other.log"), S_OK);
     line("five");
     EXPECT_EQ(log->close(), S_OK);
     EXPECT_EQ(line("x"), hr(0x80070006));
@@ -129,7 +116,7 @@ TEST_F(FileLogTest, rotates)
     EXPECT_EQ(files().size(), 4u);
     log->setRotateOnOpen(false);
     EXPECT_EQ(log->setLimit(10, 5), S_OK);
-    EXPECT_EQ(log->open("fileLog.d/plain"), S_OK); // no extension: it cannot be moved, so it grows
+    EXPECT_EQ(log->open("log.d/plain"), S_OK); // no extension: it cannot be moved, so it grows
     EXPECT_EQ(line("12345678"), S_OK);
     EXPECT_EQ(line("more"), S_OK);
     EXPECT_EQ(get("plain"), "12345678\r\nmore\r\n");
@@ -204,13 +191,13 @@ TEST_F(FileLogTest, waitsForItsFolder)
     NotedErrors errors;
     log->setErrorLog(&errors);
     const HRESULT noFolder = hr(0x80070003);
-    EXPECT_EQ(log->open("fileLog.d/sub/app.log"), noFolder);
+    EXPECT_EQ(log->open("log.d/sub/app.log"), noFolder);
     EXPECT_EQ(line("one"), noFolder);
-    fs::create_directory("fileLog.d/sub");
+    fs::create_directory("log.d/sub");
     EXPECT_EQ(line("two"), S_OK);
     EXPECT_EQ(get("sub/app.log"), "*** 1 entries lost: 3 - Path not found. ***\r\ntwo\r\n");
     EXPECT_EQ(errors.text, "app.log 80070003;app.log 0;");
-    EXPECT_EQ(log->open(folder), hr(0x80070005)); // a folder is no file
+    EXPECT_EQ(log->open(folder.path), hr(0x80070005)); // a folder is no file
     EXPECT_EQ(log->close(), S_OK);
     log->setErrorLog(nullptr);
 }
@@ -221,7 +208,7 @@ TEST_F(FileLogTest, everyFileCallMayFailAndNothingIsLostSilently)
         for (long nth = 1, hits = 1; hits > 0; ++nth) {
             SCOPED_TRACE(testing::Message() << "policy " << policy << ", call " << nth);
             for (const std::string& name : files())
-                fs::remove("fileLog.d/" + name);
+                fs::remove("log.d/" + name);
             log->setFlushPolicy(policy);
             log->setLimit(40, 100);
             Hooks::failAt(Site::file, nth, false, 112);
@@ -245,15 +232,8 @@ TEST_F(FileLogTest, everyFileCallMayFailAndNothingIsLostSilently)
     log->setLimit(0, 0);
 }
 
-TEST_F(FileLogTest, withoutMemoryItSaysSo)
+TEST_F(FileLogTest, withoutALockThereIsNone)
 {
-    Hooks::failAt(Site::heap, 1);
-    EXPECT_EQ(log->open(path), hr(0x8007000E));
-    Hooks::failAt(Site::heap, 1);
-    EXPECT_EQ(log->setFlushPolicy(fileLog::flushBlocks), hr(0x8007000E));
-    Hooks::failAt(Site::heap, 1);
-    EXPECT_THROW(fileLog(), structExcept);
-    Hooks::failAt(Site::heap, 0);
     Hooks::failAt(Site::lock, 1);
     try {
         fileLog refused;

@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <memory>
 #include <thread>
 
 namespace {
@@ -176,37 +175,6 @@ TEST_F(LogClient, holdsOneReference)
     EXPECT_EQ(made->Release(), 0u);
     EXPECT_EQ(a.AddRef(), 2u);
     EXPECT_EQ(client.Release(), 0u); // was never counted, stays
-}
-
-TEST_F(LogClient, allocationFailures)
-{
-    const auto rows = [](const logClient& c) {
-        const tagLogMode* modes;
-        const tagLogList* levels;
-        int modeCount = -1;
-        int levelCount = -1;
-        c.getLogModeList(1, 0, &modes, &modeCount);
-        c.getLogLevelList(1, 0, &levels, &levelCount);
-        return modeCount * 10 + levelCount;
-    };
-    const auto make = [] {
-        auto c = std::make_unique<logClient>();
-        c->addLogModeList(modeRows, 1);
-        c->setLogLevelList(logClient::s_aLogLevelDefault, 2);
-        return c;
-    };
-    EXPECT_GT(sweep(
-                  make, [](logClient& c) { c.addLogModeList(modeRows, 3); },
-                  [&](logClient& c) { EXPECT_EQ(rows(c), 12); }),
-              10);
-    EXPECT_GT(sweep(
-                  make, [](logClient& c) { c.setLogModeList(modeRows, 3); },
-                  [&](logClient& c) { EXPECT_EQ(rows(c), 2); }),
-              10);
-    EXPECT_GT(sweep(
-                  make, [](logClient& c) { c.setLogLevelList(logClient::s_aLogLevelDefault, 8); },
-                  [&](logClient& c) { EXPECT_EQ(rows(c), 10); }),
-              20);
 }
 
 TEST_F(LogClient, theLogMayChangeWhileItIsTaken)

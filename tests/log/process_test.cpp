@@ -1,16 +1,13 @@
 // What needs processes of its own: crash reports, and several writers of one file.
 #include "log/child.h"
 #include "log/crash.h"
+#include "log/support.h"
 #include "support/faults.h"
 
 #include <gtest/gtest.h>
-#include <ztree/log.h>
 
 #include <cstdio>
-#include <cstring>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
+#include <cstdlib>
 #include <string>
 #include <thread>
 #include <vector>
@@ -19,20 +16,11 @@ namespace fs = std::filesystem;
 
 namespace {
 
-struct Folder {
-    Folder()
-    {
-        fs::remove_all(path);
-        fs::create_directory(path);
-    }
-    ~Folder() { fs::remove_all(path); }
-    const std::string path = "process.d";
-};
-
-std::string contents(const fs::path& path)
+/// The number in an environment variable, for longer runs by hand.
+int numberFromEnvironment(const char* name, int otherwise)
 {
-    std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
+    const char* const value = std::getenv(name);
+    return value ? std::atoi(value) : otherwise;
 }
 
 int countOf(const std::string& text, const std::string& word)
@@ -81,14 +69,15 @@ TEST(CrashReport, isCompleteWhateverHappened)
 {
     if (isSanitized)
         GTEST_SKIP() << "the sanitizer takes the faults first";
-    const Folder folder;
+    const LogFolder folder;
     const int rounds = numberFromEnvironment("ZTREE_CRASH_ROUNDS", 1);
     int complete = 0;
     for (int i = 0; i < rounds * crashWays; ++i) {
         const int way = i % crashWays;
-        const std::string path = folder.path + "/" + std::to_string(i) + ".log";
+        const std::string name = std::to_string(i) + ".log";
+        const std::string path = std::string(folder.path) + "/" + name;
         const int status = endOfChild(startChild("crash " + std::to_string(way) + " " + path));
-        const std::string text = contents(path);
+        const std::string text = folder.get(name);
         const std::string flaw = flawOf(text);
         complete += flaw.empty();
         EXPECT_EQ(flaw, "") << "way " << way << ", round " << i / crashWays << "\n" << text;
@@ -184,8 +173,8 @@ void runWriters(Writing w)
 {
     SCOPED_TRACE(testing::Message() << w.processes << " processes, policy " << w.policy << ", limit "
                                     << w.limit);
-    const Folder folder;
-    const std::string path = folder.path + "/app.log";
+    const LogFolder folder;
+    const std::string path = std::string(folder.path) + "/app.log";
     if (w.processes == 1) {
         EXPECT_EQ(writeEntries(path, 0, w), 0);
     } else {

@@ -1,10 +1,13 @@
 #pragma once
-// A log that keeps what it is given, and fixed time and thread.
+// A log that keeps what it is given, fixed time and thread, a folder for files.
 
 #include "platform/clock.h"
 
 #include <ztree/log.h>
 
+#include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <string>
 
 /// Keeps every piece; its two texts can be asked for.
@@ -45,6 +48,22 @@ struct FixedClock {
         platform::FakeClock::setThread(0x1A2C);
     }
     ~FixedClock() { platform::FakeClock::clear(); }
+};
+
+/// An empty folder for a time.
+struct LogFolder {
+    LogFolder()
+    {
+        std::filesystem::remove_all(path);
+        std::filesystem::create_directory(path);
+    }
+    ~LogFolder() { std::filesystem::remove_all(path); }
+    static std::string get(const std::string& name)
+    {
+        std::ifstream in(path + ("/" + name), std::ios::binary);
+        return {std::istreambuf_iterator<char>(in), {}};
+    }
+    static constexpr const char* path = "log.d";
 };
 
 constexpr HRESULT hr(unsigned code)

@@ -1,5 +1,5 @@
 // What only the Linux substitutes have: several kernels for one conversion, an ANSI page from the
-// environment, and the map of errno.
+// environment.
 
 #include "platform/codepage_corpus.h"
 #include "platform/utf8_linux.h"
@@ -7,7 +7,6 @@
 #include <gtest/gtest.h>
 #include <sys/mman.h>
 
-#include <cerrno>
 #include <cstdlib>
 #include <string>
 
@@ -125,17 +124,6 @@ TEST(AnsiCodepage, fromTheEnvironment)
         EXPECT_EXIT(check(), ::testing::ExitedWithCode(0), "");
     }
     unsetenv("ZTREE_ACP");
-}
-
-TEST(ErrorFromErrno, knownAndUnknown)
-{
-    const struct {
-        int err;
-        unsigned code;
-    } cases[] = {{0, 0},      {ENOENT, 2},  {ENOTDIR, 3},  {EACCES, 5},   {ENOMEM, 8},
-                 {EBUSY, 32}, {EINVAL, 87}, {ENOSPC, 112}, {EEXIST, 183}, {99999, 31}};
-    for (const auto& c : cases)
-        EXPECT_EQ(platform::errorFromErrno(c.err), c.code) << c.err;
 }
 
 } // namespace

@@ -1,12 +1,11 @@
 #include "platform/fault.h"
 #include "support/faults.h"
+#include "support/random.h"
 
 #include <gtest/gtest.h>
 #include <ztree/runtime.h>
 
 #include <cmath>
-#include <thread>
-#include <vector>
 
 #if defined(_WIN32)
 // Two pages, the second of which cannot be touched.
@@ -95,15 +94,11 @@ TEST(FaultGuard, keepsTheCallersRegisters)
 
 TEST(FaultGuard, threadsDoNotMeet)
 {
-    std::vector<std::thread> threads;
     int wrong[4] = {};
-    for (int t = 0; t < 4; ++t)
-        threads.emplace_back([t, &wrong] {
-            for (int i = 0; i < 500; ++i)
-                wrong[t] += guarded([&] { faults[(i + t) % 5].make(); }) != faults[(i + t) % 5].code;
-        });
-    for (std::thread& thread : threads)
-        thread.join();
+    onThreads(4, [&wrong](int t) {
+        for (int i = 0; i < 500; ++i)
+            wrong[t] += guarded([&] { faults[(i + t) % 5].make(); }) != faults[(i + t) % 5].code;
+    });
     for (int w : wrong)
         EXPECT_EQ(w, 0);
 }

@@ -1,29 +1,13 @@
 #include "platform/hooks.h"
 #include "platform/lock.h"
+#include "support/random.h"
 
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <thread>
-#include <vector>
 
 using platform::Lock;
 using platform::LockHold;
-
-namespace {
-
-/// Runs body(number) on n threads.
-template <class Body> void onThreads(int n, Body body)
-{
-    std::vector<std::thread> threads;
-    threads.reserve(static_cast<std::size_t>(n));
-    for (int i = 0; i < n; ++i)
-        threads.emplace_back(body, i);
-    for (std::thread& t : threads)
-        t.join();
-}
-
-} // namespace
 
 TEST(Lock, excludesOthersAndReenters)
 {

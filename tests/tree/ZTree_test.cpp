@@ -1,4 +1,6 @@
-#include "tree/support.h"
+#include "support/spellings.h"
+
+#include <ztree/tree.h>
 
 #include <sstream>
 
@@ -18,8 +20,7 @@ void fill(ZTree& tree)
     tree.add(ZTBranch("Sum", 2.5, 2));
 }
 
-template <class Twin> class CursorTwins : public TreeTwins<Twin> {
-};
+template <class Twin> using CursorTwins = SpellingTest<Twin>;
 TYPED_TEST_SUITE(CursorTwins, Spellings);
 
 TYPED_TEST(CursorTwins, movesAsStated)

@@ -353,31 +353,4 @@ TEST_F(PathTest, manySiblingsAndDeepTreesStayLinear)
     EXPECT_EQ(tree.root()->getChildCount(), 1);
 }
 
-TEST_F(PathTest, shortMemoryLeavesTheTree)
-{
-    static const char* const document = "<r><a><a><b/><b/></a></a></r>";
-    const auto make = [] {
-        auto tree = std::make_unique<ZTree>();
-        read(*tree, document);
-        return tree;
-    };
-    const auto unchanged = [](ZTree& tree) { EXPECT_EQ(written(tree), "<r><a><a><b/><b/></a></a></r>"); };
-    const std::string value(300, 'v');
-    const std::string longPath = "new(3)[@x='" + std::string(2000, 'l') + "']/c/@d";
-    EXPECT_GT(sweep(
-                  make, [&](ZTree& t) { EXPECT_TRUE(ztree::set(t, "new(3)[@x='1']/c", value)); }, unchanged),
-              8);
-    EXPECT_GT(sweep(
-                  make, [&](ZTree& t) { EXPECT_TRUE(ztree::set(t, longPath, value)); }, unchanged),
-              8);
-    EXPECT_GT(sweep(
-                  make, [](ZTree& t) { EXPECT_EQ(ztree::remove(t, "//a//b"), 2); }, unchanged),
-              1);
-    const auto makeEmpty = [] { return std::make_unique<ZTree>(); };
-    const auto isEmpty = [](ZTree& tree) { EXPECT_EQ(tree.root(), nullptr); };
-    EXPECT_GT(sweep(
-                  makeEmpty, [](ZTree& t) { EXPECT_TRUE(ztree::set(t, "/a(1)/b", 2.5)); }, isEmpty),
-              4);
-}
-
 } // namespace

@@ -1,6 +1,5 @@
-#include "support/heap_fixture.h"
 #include "support/tree_frame.h"
-#include "support/tree_model.h"
+#include "tree/support.h"
 
 #include <ztree/ext/tree.h>
 
@@ -22,13 +21,6 @@ protected:
         EXPECT_TRUE(ztree::saveTree(tree, out));
         return out.str();
     }
-    static TreeModel model(unsigned seed, int depth)
-    {
-        std::mt19937 dice(seed);
-        tree_model::Pieces pieces;
-        pieces.values = {"", "v", "a&b", std::string(130, 'x'), std::string(20000, 'y')};
-        return tree_model::random(dice, pieces, depth);
-    }
     // Both ways in refuse the bytes, say where, and leave the tree.
     static void refused(const std::string& bytes, const std::string& why)
     {
@@ -48,7 +40,7 @@ TEST_F(TreeStream, givesBackEveryTree)
 {
     for (unsigned seed = 0; seed < 400; ++seed) {
         ZTree tree;
-        tree.set(tree_model::build(model(seed, 4)));
+        tree.set(tree_model::build(randomTree(seed, 4)));
         if (seed % 5 == 0)
             tree.root()->setValue(LONG_MIN + 1);
         const std::string bytes = saved(tree);
@@ -182,38 +174,6 @@ TEST_F(TreeStream, depthCostsNoStack)
     tree.clear();
     EXPECT_TRUE(ztree::loadTree(bytes.data(), bytes.size(), tree));
     EXPECT_EQ(saved(tree), bytes);
-}
-
-TEST_F(TreeStream, shortMemoryLeavesTheTree)
-{
-    ZTree source;
-    source.set(tree_model::rich());
-    const std::string bytes = saved(source);
-    const auto make = [] {
-        auto tree = std::make_unique<ZTree>();
-        tree->add(ZTBranch("kept"));
-        return tree;
-    };
-    const auto kept = [](ZTree& tree) { EXPECT_STREQ(tree.root()->getName(), "kept"); };
-    EXPECT_GT(sweep(
-                  make, [&](ZTree& t) { EXPECT_TRUE(ztree::loadTree(bytes.data(), bytes.size(), t)); }, kept),
-              10);
-    EXPECT_GT(sweep(
-                  make,
-                  [&](ZTree& t) {
-                      std::istringstream in(bytes);
-                      EXPECT_TRUE(ztree::loadTree(in, t));
-                  },
-                  kept),
-              100);
-    EXPECT_GT(sweep(
-                  make,
-                  [&](ZTree&) {
-                      std::ostringstream out;
-                      EXPECT_TRUE(ztree::saveTree(source, out));
-                  },
-                  kept),
-              1);
 }
 
 } // namespace

@@ -1,5 +1,5 @@
-#include "support/heap_fixture.h"
-#include "support/tree_model.h"
+#include "support/tree_frame.h"
+#include "tree/support.h"
 
 #include <ztree/ext/tree.h>
 
@@ -8,18 +8,10 @@
 
 namespace {
 
+using tree_frame::little;
 using tree_model::shown;
 
-class ExtTree : public HeapTest {
-protected:
-    static TreeModel model(unsigned seed, int depth)
-    {
-        std::mt19937 dice(seed);
-        tree_model::Pieces pieces;
-        pieces.values = {"", "v", "a&b<c>\"d'", std::string(100, 'x')};
-        return tree_model::random(dice, pieces, depth);
-    }
-};
+using ExtTree = HeapTest;
 
 TEST_F(ExtTree, loopsVisitInOrder)
 {
@@ -79,8 +71,7 @@ TEST_F(ExtTree, loopsVisitInOrder)
 TEST_F(ExtTree, copiesAreWholeAndTheirOwn)
 {
     for (unsigned seed = 0; seed < 300; ++seed) {
-        const TreeModel m = model(seed, 4);
-        const std::unique_ptr<ZTBranch> from(tree_model::build(m));
+        const std::unique_ptr<ZTBranch> from(tree_model::build(randomTree(seed, 4)));
         const std::unique_ptr<ZTBranch> copy(ztree::copyTree(*from));
         ASSERT_EQ(shown(*copy), shown(*from)) << seed;
         ASSERT_EQ(copy->getParent(), nullptr);
@@ -103,23 +94,13 @@ TEST_F(ExtTree, copiesAreWholeAndTheirOwn)
 TEST_F(ExtTree, manyAttributesStayInOrder)
 {
     // Enough that names are looked up by hash: a later value goes to the first place of its name.
-    std::ostringstream out;
-    const auto length = [&out](std::size_t n) {
-        for (int i = 0; i < 4; ++i)
-            out.put(static_cast<char>(n >> (8 * i) & 255));
-    };
     constexpr int many = 5000;
-    length(1);
-    out << 'r' << '\0';
-    length(many + 100);
+    std::string bytes = little(1, 4) + 'r' + '\0' + little(many + 100, 4);
     for (int i = 0; i < many + 100; ++i) {
         const std::string name = (i < many ? "n" : "N") + std::to_string(i % many);
-        length(name.size());
-        out << name;
-        length(1);
-        out << (i < many ? 'a' : 'b');
+        bytes += little(name.size(), 4) + name + little(1, 4) + (i < many ? 'a' : 'b');
     }
-    std::istringstream in(out.str());
+    std::istringstream in(bytes);
     ZTBranch r;
     r.load(in);
     ASSERT_EQ(r.getAttribCount(), many);

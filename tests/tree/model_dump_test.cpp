@@ -102,9 +102,7 @@ TEST(TreeDumpModel, agreesOnRandomTrees)
     int differences = 0;
     for (int n = 0; n < 20000 && differences < 3; ++n) {
         TreeModel m = tree_model::random(dice, pieces, 1 + n % 4);
-        for (auto& attrib : m.attribs)
-            attrib.second = attrib.second.c_str(); // attributes end at a zero
-        const auto cut = [](TreeModel& node, auto& self) -> void {
+        const auto cut = [](TreeModel& node, auto& self) -> void { // attributes end at a zero
             for (auto& attrib : node.attribs)
                 attrib.second = attrib.second.c_str();
             for (TreeModel& child : node.children)

@@ -1,9 +1,6 @@
 // The files of corpus_files on every target: bad_* are refused, the others read back as they were written.
 
-#include "support/heap_fixture.h"
-
-#include <ztree/ext/strings.h>
-#include <ztree/ext/xml.h>
+#include "xml/support.h"
 
 #include <filesystem>
 
@@ -11,16 +8,12 @@ namespace {
 
 namespace fs = std::filesystem;
 
-class XmlCorpusTest : public HeapTest {
-protected:
-    static std::string asText(ZTree& tree)
-    {
-        ZString out;
-        treeString(&tree, out);
-        return std::string(ztree::view(out));
-    }
-    static std::string path(const char* name) { return std::string(ZTREE_CORPUS) + "/" + name; }
-};
+using XmlCorpusTest = HeapTest;
+
+std::string path(const std::string& name)
+{
+    return std::string(ZTREE_CORPUS) + "/" + name;
+}
 
 TEST_F(XmlCorpusTest, filesAreRefusedOrReadBack)
 {
@@ -31,7 +24,7 @@ TEST_F(XmlCorpusTest, filesAreRefusedOrReadBack)
         SCOPED_TRACE(name);
         ZTree tree;
         ztree::XmlError error;
-        const bool taken = ztree::readXmlFile(path(name.c_str()).c_str(), tree, &error);
+        const bool taken = ztree::readXmlFile(path(name).c_str(), tree, &error);
         if (name.compare(0, 4, "bad_") == 0) {
             ++bad;
             EXPECT_FALSE(taken);

@@ -13,12 +13,8 @@
 
 namespace {
 
-struct Narrow {
-    using Ch = char;
-    using Branch = ZTBranch;
-    using Attrib = ZAttrib;
-    using Tree = ZTree;
-    using File = ZXmlFile;
+/// What the widths differ in.
+template <class Ch> struct Form {
     static constexpr auto saveTree = SaveZTree;
     static constexpr std::size_t numberRoom = 1000;
     static std::string head()
@@ -27,12 +23,7 @@ struct Narrow {
     }
     static const char* lineEnd() { return "\n"; }
 };
-struct Wide {
-    using Ch = zwchar;
-    using Branch = ZTBranchW;
-    using Attrib = ZAttribW;
-    using Tree = ZTreeW;
-    using File = ZXmlFileW;
+template <> struct Form<zwchar> {
     static constexpr auto saveTree = SaveZTreeW;
     static constexpr std::size_t numberRoom = 99; // units of a number's text
     static std::basic_string<zwchar> head()
@@ -44,17 +35,16 @@ struct Wide {
 };
 
 // Every step as it is stated, with the state bits.
-template <class Twin> class Model {
+template <class Ch> class Model {
 public:
-    using Ch = typename Twin::Ch;
     using Text = std::basic_string<Ch>;
 
     explicit Model(const TreeModel* identity) : m_identity(identity) {}
     Text document(const TreeModel& root, bool inIdentity)
     {
-        m_out = Twin::head();
+        m_out = Form<Ch>::head();
         put("<!DOCTYPE Debug SYSTEM \"Debug.ztd\">");
-        put(Twin::lineEnd());
+        put(Form<Ch>::lineEnd());
         branch(root, inIdentity);
         return m_out;
     }
@@ -156,7 +146,7 @@ private:
     static std::string value(const TreeModel& m)
     {
         const std::string text = tree_model::printed(m);
-        return m.type == 7 ? text : text.substr(0, Twin::numberRoom);
+        return m.type == 7 ? text : text.substr(0, Form<Ch>::numberRoom);
     }
     static const std::string* find(const TreeModel& m, const char* name)
     {
@@ -217,8 +207,7 @@ private:
 
 template <class Twin> class WriterModel : public ::testing::Test {
 };
-using Twins = ::testing::Types<Narrow, Wide>;
-TYPED_TEST_SUITE(WriterModel, Twins);
+TYPED_TEST_SUITE(WriterModel, BothTwins);
 
 // Leaves to be replaced, and branches that ask for it; attributes end at a zero.
 void prepare(TreeModel& m, std::mt19937& dice)
@@ -237,6 +226,8 @@ TYPED_TEST(WriterModel, agreesOnRandomTrees)
 {
     using Ch = typename TypeParam::Ch;
     using Text = std::basic_string<Ch>;
+    using Branch = typename TypeParam::Branch;
+    using Attrib = typename TypeParam::Attrib;
     tree_model::Pieces pieces;
     pieces.values = {"",
                      "v",
@@ -262,7 +253,7 @@ TYPED_TEST(WriterModel, agreesOnRandomTrees)
         TreeModel identity;
         prepare(m, dice);
         typename TypeParam::Tree tree;
-        tree.set(tree_model::build<typename TypeParam::Branch, typename TypeParam::Attrib>(m));
+        tree.set(tree_model::build<Branch, Attrib>(m));
         identity.name = n % 2 ? "Item" : "a";
         if (n % 3)
             identity.attribs.emplace_back("Module", "mod");
@@ -272,8 +263,7 @@ TYPED_TEST(WriterModel, agreesOnRandomTrees)
             identity.attribs.emplace_back("Query", n % 7 ? "a.b.c" : "none");
         const bool substitute = n % 2 == 0;
         const bool inside = n % 4 == 0;
-        std::unique_ptr<typename TypeParam::Branch> given(
-            tree_model::build<typename TypeParam::Branch, typename TypeParam::Attrib>(identity));
+        const std::unique_ptr<Branch> given(tree_model::build<Branch, Attrib>(identity));
         typename TypeParam::File file;
         const Ch* document = nullptr;
         file.start(&document, type.c_str(), id.c_str());
@@ -282,18 +272,18 @@ TYPED_TEST(WriterModel, agreesOnRandomTrees)
         else
             file.writeBranch(&tree);
         file.finish();
-        const Text expected = Model<TypeParam>(substitute ? &identity : nullptr).document(m, inside);
+        const Text expected = Model<Ch>(substitute ? &identity : nullptr).document(m, inside);
         const Text got(document, static_cast<std::size_t>(file.getDataSize()));
         if (got != expected && ++differences)
             ADD_FAILURE() << n << ": " << narrow(got.c_str()) << "\nnot " << narrow(expected.c_str());
         if (n % 100 == 1) { // the file is the same document, whole
-            TypeParam::saveTree("model_writer_test.xml", &tree);
+            Form<Ch>::saveTree("model_writer_test.xml", &tree);
             std::ifstream in("model_writer_test.xml", std::ios::binary);
             const std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
             in.close();
             ASSERT_EQ(bytes, std::string(reinterpret_cast<const char*>(expected.data()),
                                          expected.size() * sizeof(Ch)));
-            TypeParam::saveTree("model_writer_test.xml", nullptr);
+            Form<Ch>::saveTree("model_writer_test.xml", nullptr);
             ASSERT_FALSE(std::ifstream("model_writer_test.xml").is_open());
         }
     }

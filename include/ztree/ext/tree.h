@@ -337,13 +337,14 @@ struct PathError {
 ///
 /// Conditions follow a name or `*` and hold in their order:
 ///
-/// | condition          | true for                                                             |
-/// |--------------------|----------------------------------------------------------------------|
-/// | [n]                | the n-th, from 1, below one parent that passes the rest; once a step |
-/// | [@a]  [@a='v']     | branches with the attribute; whose value is v                        |
-/// | [name]  [name='v'] | branches with such a child; with such a child whose text is v        |
-/// | [.='v']            | branches whose own text is v                                         |
+/// | condition          | true for                                                                       |
+/// |--------------------|--------------------------------------------------------------------------------|
+/// | [n]                | the n-th, from 1, below one parent of those for which all before it hold       |
+/// | [@a]  [@a='v']     | branches with the attribute; whose value is v                                  |
+/// | [name]  [name='v'] | branches with such a child; with such a child whose text is v                  |
+/// | [.='v']            | branches whose own text is v                                                   |
 ///
+/// [n] stands once in a step at the most; what follows it is asked of the n-th alone.
 /// Values stand in quotes (' or ") and compare byte by byte. `..` goes by the parent that a branch knows:
 /// one put in with setChild() knows none until setParent().
 ///

@@ -47,10 +47,15 @@ struct XmlError {
 ///                encoding does not have become what the system's conversion makes of them
 /// Throws structExcept 0x84201001 when memory is short. Depth and size are bounded by memory alone.
 ZTREE_API bool readXml(const char* data, std::size_t bytes, ZTree& tree, XmlError* error = nullptr);
-/// The same from a text, a terminated one or std::string for example.
+/// The same from a text, std::string for example.
 inline bool readXml(std::string_view text, ZTree& tree, XmlError* error = nullptr)
 {
     return readXml(text.data(), text.size(), tree, error);
+}
+/// The same from a terminated text; null counts as an empty one.
+inline bool readXml(const char* text, ZTree& tree, XmlError* error = nullptr)
+{
+    return readXml(std::string_view(text ? text : ""), tree, error);
 }
 /// The same from a file.
 ZTREE_API bool readXmlFile(const char* path, ZTree& tree, XmlError* error = nullptr);
