@@ -125,7 +125,7 @@ public:
     ZString(char c);
     ~ZString() override
     {
-        if (m_pImpl)
+        if (__builtin_expect(m_pImpl != nullptr, 0)) // that way there is a call anyway
             destroy();
     }
 
@@ -312,7 +312,7 @@ public:
     ZStringW(zwcharOther c);
     ~ZStringW() override
     {
-        if (m_pImpl)
+        if (__builtin_expect(m_pImpl != nullptr, 0)) // that way there is a call anyway
             destroy();
     }
 

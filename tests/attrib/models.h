@@ -2,6 +2,8 @@
 // What tokenizers and attribute lists do, written out step by step without any thought of speed: the measure
 // for random calls in the tests and in the fuzz target.
 
+#include "tests/support/plain_sort.h"
+
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -181,36 +183,14 @@ template <class Ch> struct ListModel {
             sorted = false;
         }
     }
-    void quickSort(int first, int last)
-    {
-        if (last <= first)
-            return;
-        const Ref pivot = at((first + last) / 2);
-        int i = first, j = last;
-        while (!(j < i)) {
-            while (i < last && compare(pivot, at(i)) >= 1)
-                ++i;
-            while (j > first && compare(pivot, at(j)) < 0)
-                --j;
-            if (i <= j) {
-                if (i != j && compare(at(i), at(j)) != 0)
-                    std::swap(at(i), at(j));
-                ++i;
-                --j;
-            }
-        }
-        if (first < j)
-            quickSort(first, j);
-        if (i < last)
-            quickSort(i, last);
-    }
     Ref& at(int i) { return items[static_cast<std::size_t>(i)]; }
     void sort()
     {
         if (!sorted && items.size() == 2 && compare(at(0), at(1)) >= 1)
             std::swap(at(0), at(1));
         else if (!sorted && items.size() > 2)
-            quickSort(0, static_cast<int>(items.size()) - 1);
+            plainSort(items, 0, static_cast<int>(items.size()) - 1,
+                      [](const Ref& a, const Ref& b) { return compare(a, b); });
         sorted = true;
     }
     int parse(const T& text)

@@ -1,4 +1,5 @@
 #include "support.h"
+#include "tests/support/plain_sort.h"
 
 #include <memory>
 
@@ -82,27 +83,10 @@ const Item* plainGet(const Items& items, const Item& key, int offset)
     return nullptr;
 }
 
-void plainSort(Items& e, int first, int last)
+void plainSort(Items& items)
 {
-    if (last <= first)
-        return;
-    const Item* pivot = at(e, (first + last) / 2);
-    int i = first;
-    int j = last;
-    do {
-        while (i < last && pivot->compare(at(e, i)) >= 1)
-            ++i;
-        while (j > first && pivot->compare(at(e, j)) < 0)
-            --j;
-        if (i <= j) {
-            if (i != j && at(e, i)->compare(at(e, j)) != 0)
-                std::swap(e[static_cast<std::size_t>(i)], e[static_cast<std::size_t>(j)]);
-            ++i;
-            --j;
-        }
-    } while (j >= i);
-    plainSort(e, first, j);
-    plainSort(e, i, last);
+    plainSort(items, 0, static_cast<int>(items.size()) - 1,
+              [](const Item* a, const Item* b) { return a->compare(b); });
 }
 
 class SortArrayTest : public HeapTest {};
@@ -157,7 +141,7 @@ TEST_F(SortArrayTest, followsThePlainModel)
                 copy.removeAll();
             } else {
                 differences += a.sort() != 0;
-                plainSort(model, 0, size - 1);
+                plainSort(model);
             }
             differences += all(a) != model;
         }
@@ -215,7 +199,7 @@ TEST_F(SortArrayTest, sortsAsTheRecursiveSortDoes)
             for (int i = 0; i < n; ++i)
                 a.add(&pool.emplace_back(random.below(kinds), i));
             Items expected = all(a);
-            plainSort(expected, 0, n - 1);
+            plainSort(expected);
             a.sort();
             EXPECT_TRUE(all(a) == expected) << n << " of " << kinds;
             a.removeAll();

@@ -4,6 +4,8 @@
 //
 // Draw random values in statements of their own: the order in which a call's arguments are evaluated differs.
 
+#include "support/random.h"
+
 #include <ztree/ext/strings.h>
 
 #include <cstdint>
@@ -19,16 +21,9 @@ namespace crosstarget {
 
 using Wide = std::basic_string<zwchar>;
 
-class Random {
+class Random : public Bits {
 public:
-    explicit Random(std::uint64_t seed) : m_state(seed) {}
-    std::uint64_t next()
-    {
-        std::uint64_t z = m_state += 0x9E3779B97F4A7C15u;
-        z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9u;
-        z = (z ^ (z >> 27)) * 0x94D049BB133111EBu;
-        return z ^ (z >> 31);
-    }
+    using Bits::Bits;
     int below(int n) { return static_cast<int>((next() >> 33) % static_cast<unsigned>(n)); }
     int between(int least, int most) { return least + below(most - least + 1); }
     bool oneIn(int n) { return below(n) == 0; }
@@ -67,9 +62,6 @@ public:
             value = static_cast<double>(bits >> below(60)) / (kind == 2 ? 1 : kind == 3 ? 100 : 1024);
         return value == value ? value : 0; // which bits a NaN has is the processor's choice
     }
-
-private:
-    std::uint64_t m_state;
 };
 
 /// ASCII, text of several scripts, what is broken or cut, and zeros.

@@ -4,7 +4,7 @@
 // that two targets' calls can be compared line by line. The table is right when both targets write the same.
 
 #include "crosstarget/calls.h"
-#include "platform/clock.h"
+#include "log/support.h"
 
 #include <gtest/gtest.h>
 #include <ztree/runtime.h>
@@ -42,8 +42,7 @@ Row run(const Group& group, std::FILE* trace)
 
 TEST(CrossTarget, answersAsRecorded)
 {
-    platform::FakeClock::set({2012, 3, 5, 2, 13, 3, 7, 42}, {2012, 3, 5, 2, 14, 3, 7, 42});
-    platform::FakeClock::setThread(0x1A2C);
+    const FixedClock clock;
     const char* const folder = std::getenv("ZTREE_CROSSTARGET");
     const auto open = [folder](const std::string& name) {
         return folder ? std::fopen((std::string(folder) + "/" + name).c_str(), "wb") : nullptr;
@@ -71,7 +70,6 @@ TEST(CrossTarget, answersAsRecorded)
         }
     if (out)
         std::fclose(out);
-    platform::FakeClock::clear();
     EXPECT_GE(total, 100000);
 }
 

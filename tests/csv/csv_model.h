@@ -2,6 +2,7 @@
 // Scanning and creating lines step by step as they are described, on plain strings: the yardstick for
 // csvBuffer.
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -150,14 +151,12 @@ inline Text escaped(const Text& value, const Parameters& p)
     set += p.separator;
     if (p.quote)
         set += u'"';
+    set.resize(std::min(set.find(u'\0'), set.size()));
     Text out;
-    Splitter tokens(value, set);
-    while (tokens.more()) {
-        out += tokens.next();
-        const char16_t c = tokens.split;
-        if (c == 0)
-            continue;
-        if (p.escape == 1) {
+    for (const char16_t c : value) {
+        if (set.find(c) == set.npos) {
+            out += c;
+        } else if (p.escape == 1) {
             out += u'\\';
             out += c;
         } else {

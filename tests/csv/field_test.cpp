@@ -378,20 +378,4 @@ TEST(csvConst, givesItsTextAndTakesAny)
     EXPECT_EQ(textOf(csvConst(3, static_cast<const zwchar*>(nullptr))), "");
 }
 
-TEST(csvField, cloneKeepsTheClass)
-{
-    short minutes = 125;
-    double amount = 1.5;
-    const csvZTime time(3, &minutes, csvFlagRaw);
-    const csvAmount money(4, &amount, 2 | csvFlagRaw);
-    for (const csvField* field :
-         {static_cast<const csvField*>(&time), static_cast<const csvField*>(&money)}) {
-        const std::unique_ptr<csvField> copy(field->clone());
-        EXPECT_EQ(typeid(*copy), typeid(*field));
-        EXPECT_EQ(copy->getId(), field->getId());
-        EXPECT_EQ(copy->getFlags(), field->getFlags());
-        EXPECT_EQ(textOf(*copy), textOf(*field));
-    }
-}
-
 } // namespace

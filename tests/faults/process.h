@@ -10,8 +10,8 @@ namespace faults {
 struct Places {
     /// The witness of the hook.
     static void note(platform::Site site, const void* caller);
-    /// Distinct places so far: of allocations the calls, of file calls the ways that led there.
-    static std::size_t count(platform::Site site);
+    /// Distinct calls of the allocator so far.
+    static std::size_t count();
     /// One line for each: "heap" or "file", and the address behind a call in the library's file, in
     /// hexadecimal. Writes nothing where addresses are not known (Windows).
     static void write(const char* path);

@@ -11,10 +11,7 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
-#include <functional>
 #include <iterator>
-#include <set>
-#include <string_view>
 #include <unordered_set>
 
 namespace faults {
@@ -22,7 +19,6 @@ namespace faults {
 namespace {
 std::unordered_set<const void*> s_heap;
 std::unordered_set<const void*> s_file; // all addresses on the way
-std::unordered_set<std::size_t> s_ways;
 } // namespace
 
 void Places::note(platform::Site site, const void* caller)
@@ -34,13 +30,11 @@ void Places::note(platform::Site site, const void* caller)
     void* way[24];
     const int n = backtrace(way, 24);
     s_file.insert(way, way + n);
-    s_ways.insert(std::hash<std::string_view>()(
-        {reinterpret_cast<const char*>(way + 1), static_cast<std::size_t>(n > 8 ? 7 : n - 1) * sizeof *way}));
 }
 
-std::size_t Places::count(platform::Site site)
+std::size_t Places::count()
 {
-    return site == platform::Site::heap ? s_heap.size() : s_ways.size();
+    return s_heap.size();
 }
 
 void Places::write(const char* path)

@@ -62,6 +62,17 @@ TEST_F(StoreFaults, registry)
     };
     sweep("keys and values", all);
     files("keys and values", {}, all);
+    // A value is the old one or the new one, and no other file is left.
+    store();
+    const Files before = filesNow();
+    files(
+        "another value", before,
+        [] {
+            done(setRegKeyValue(HKEY_CLASSES_ROOT, "Ztree.Thing.2\\CLSID", nullptr, "new", REG_SZ, 0,
+                                nullptr));
+            return "stored";
+        },
+        Left::whole);
     // Whatever fails, a class that is there is not reported as one that is not registered.
     store();
     for (const bool onward : {false, true})

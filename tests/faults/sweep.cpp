@@ -33,9 +33,9 @@ public:
     {
         Hooks::setWitness(nullptr);
         std::printf("heap: %ld scenes, %ld runs with a failure, %ld failed calls, %zu places\n",
-                    s_heap.scenes, s_heap.runs, s_heap.calls, Places::count(Site::heap));
-        std::printf("files: %ld scenes, %ld runs with a failure, %ld failed calls, %zu ways to them\n",
-                    s_files.scenes, s_files.runs, s_files.calls, Places::count(Site::file));
+                    s_heap.scenes, s_heap.runs, s_heap.calls, Places::count());
+        std::printf("files: %ld scenes, %ld runs with a failure, %ld failed calls\n", s_files.scenes,
+                    s_files.runs, s_files.calls);
         std::printf("system: %ld runs with a failure, %ld failed calls\n", s_system.runs, s_system.calls);
         if (const char* path = std::getenv("ZTREE_PLACES"))
             Places::write(path);

@@ -1,7 +1,5 @@
 // What only a real file system does: parts of writes, files and folders that go away.
-#include "log/support.h"
-
-#include <gtest/gtest.h>
+#include "log/fileLog_fixture.h"
 
 #include <csignal>
 #include <cstdlib>
@@ -14,20 +12,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-struct LogFiles : testing::Test {
-    void SetUp() override
-    {
-        log.AddRef();
-        log.setFlags(1);
-    }
-    void TearDown() override { log.close(); }
-    static std::string get(const std::string& name) { return LogFolder::get(name); }
-    HRESULT line(const char* text) { return log.writelnEntry(logInfo, text, -1); }
-
-    const LogFolder folder;
-    const char* const path = "log.d/app.log";
-    fileLog log;
-};
+using LogFiles = FileLogTest;
 
 /// No file may grow above so many bytes.
 struct SizeLimit {
@@ -44,7 +29,7 @@ struct SizeLimit {
 
 TEST_F(LogFiles, aTornEntryIsClosedAndCounted)
 {
-    log.open(path);
+    log->open(path);
     line("one");
     {
         const SizeLimit limit(9);
@@ -58,33 +43,33 @@ TEST_F(LogFiles, aTornEntryIsClosedAndCounted)
 
 TEST_F(LogFiles, aTornBlockGoesOnWithWholeLines)
 {
-    log.setFlushPolicy(fileLog::flushBlocks);
-    log.open(path);
+    log->setFlushPolicy(fileLog::flushBlocks);
+    log->open(path);
     line("one");
     line("second");
     {
         const SizeLimit limit(9);
-        EXPECT_EQ(log.flush(), hr(0x800700DF));
+        EXPECT_EQ(log->flush(), hr(0x800700DF));
     }
     line("third");
-    EXPECT_EQ(log.flush(), S_OK);
+    EXPECT_EQ(log->flush(), S_OK);
     EXPECT_EQ(get("app.log"), "one\r\nseco\r\nsecond\r\nthird\r\n");
 }
 
 TEST_F(LogFiles, aFullDeviceRefuses)
 {
-    EXPECT_EQ(log.open("/dev/full"), S_OK);
+    EXPECT_EQ(log->open("/dev/full"), S_OK);
     EXPECT_EQ(line("one"), hr(0x80070070));
-    log.setFlushPolicy(fileLog::flushBlocks);
+    log->setFlushPolicy(fileLog::flushBlocks);
     EXPECT_EQ(line("two"), S_OK);
-    EXPECT_EQ(log.close(), hr(0x80070070));
+    EXPECT_EQ(log->close(), hr(0x80070070));
 }
 
 TEST_F(LogFiles, followsWhatHappensToItsName)
 {
     fs::create_directory("log.d/sub");
     const char* const deep = "log.d/sub/app.log";
-    log.open(deep);
+    log->open(deep);
     line("one");
     fs::remove(deep);
     usleep(10000); // within some milliseconds
@@ -108,7 +93,7 @@ TEST_F(LogFiles, aFolderThatMayNotBeWritten)
     fs::permissions(folder.path, fs::perms::owner_read | fs::perms::owner_exec);
     const uid_t user = geteuid();
     ASSERT_EQ(user == 0 ? seteuid(65534) : 0, 0); // the superuser may write everywhere
-    const HRESULT opened = log.open(path);
+    const HRESULT opened = log->open(path);
     const HRESULT written = line("one");
     ASSERT_EQ(user == 0 ? seteuid(0) : 0, 0);
     fs::permissions(folder.path, fs::perms::owner_all);

@@ -1,7 +1,4 @@
-#include "log/support.h"
-#include "support/heap_fixture.h"
-
-#include <gtest/gtest.h>
+#include "log/fileLog_fixture.h"
 
 #include <algorithm>
 #include <vector>
@@ -30,38 +27,21 @@ public:
     unsigned references = 0;
 };
 
-class FileLogTest : public HeapTest {
-protected:
-    void SetUp() override
-    {
-        HeapTest::SetUp();
-        log = new fileLog;
-        log->AddRef();
-        log->setFlags(1);
-    }
-    void TearDown() override
-    {
-        log->Release();
-        HeapTest::TearDown();
-    }
-    static std::string get(const std::string& name) { return LogFolder::get(name); }
-    static std::vector<std::string> files()
-    {
-        std::vector<std::string> names;
-        for (const auto& entry : fs::directory_iterator(LogFolder::path))
-            names.push_back(entry.path().filename().string());
-        std::sort(names.begin(), names.end());
-        return names;
-    }
-    HRESULT line(const char* text, unsigned level = logInfo) { return log->writelnEntry(level, text, -1); }
-    static void failFiles(long nth, unsigned error = 112) { Hooks::failAt(Site::file, nth, true, error); }
-
-    const LogFolder folder;
-    const char* const path = "log.d/app.log";
-    fileLog* log = nullptr;
-};
-
 using Names = std::vector<std::string>;
+
+Names files()
+{
+    Names names;
+    for (const auto& entry : fs::directory_iterator(LogFolder::path))
+        names.push_back(entry.path().filename().string());
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+void failFiles(long nth)
+{
+    Hooks::failAt(Site::file, nth, true, 112);
+}
 
 TEST_F(FileLogTest, appendsBesideOthers)
 {

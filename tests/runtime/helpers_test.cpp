@@ -34,8 +34,6 @@ TEST(FormatDump, lines)
     EXPECT_EQ(dumpLine(0x1000, std::string("AB\0CD", 5)),
               "00001000: 41420043 44" + std::string(26, ' ') + "AB.CD\r\n");
     EXPECT_EQ(dumpLine(0, ""), "00000000: " + std::string(37, ' ') + "\r\n");
-    EXPECT_EQ(dumpLine(0xFEDCBA98, "\x1f ~\x7f\x80\xff\ta0123456789"),
-              "FEDCBA98: 1F207E7F 80FF0961 30313233 34353637  . ~....a01234567\r\n");
     // Every byte at every place of a line, long and short, against the plain rule.
     for (unsigned c = 0; c < 256; ++c) {
         for (const unsigned n : {1u, 4u, 15u, 16u}) {
@@ -49,7 +47,7 @@ TEST(FormatDump, lines)
                 text += b >= ' ' && b <= '~' ? static_cast<char>(b) : '.';
             }
             hex.resize(37, ' ');
-            ASSERT_EQ(dumpLine(c, bytes).substr(10), hex + text + "\r\n");
+            ASSERT_EQ(dumpLine(0xFEDCBA98, bytes), "FEDCBA98: " + hex + text + "\r\n");
         }
     }
 }

@@ -1,4 +1,4 @@
-#include "platform/clock.h"
+#include "log/support.h"
 #include "support/faults.h"
 
 #include <gmock/gmock.h>
@@ -275,15 +275,9 @@ TEST(StructExcept, crossesTheBorderOfTheLibrary)
     }
 }
 
-/// A fixed day, so that reports have fixed bytes.
-struct FixedTime {
-    FixedTime() { platform::FakeClock::set({2012, 3, 5, 2, 4, 5, 6, 7}, {2012, 3, 5, 2, 5, 5, 6, 7}); }
-    ~FixedTime() { platform::FakeClock::clear(); }
-};
-
 TEST(StructExcept, libraryErrorDumpsTwoLines)
 {
-    FixedTime fixed;
+    const FixedClock clock;
     const structExcept e(ztree::errMemory);
     EXPECT_EQ(e.getCode(), 0x84201001u);
     EXPECT_EQ(e.getAddress(), 0u);
@@ -291,8 +285,8 @@ TEST(StructExcept, libraryErrorDumpsTwoLines)
     RecordingLog log;
     e.dump(&log, "in %s %d", "load", 7);
     e.dump(&log, "%s", "plain");
-    EXPECT_EQ(log.text, "{2}Exception at: 04:05:06:007. Private: 84201001. Address: 0\r\nin load 7|\n"
-                        "{2}Exception at: 04:05:06:007. Private: 84201001. Address: 0\r\nplain|\n");
+    EXPECT_EQ(log.text, "{2}Exception at: 14:03:07:042. Private: 84201001. Address: 0\r\nin load 7|\n"
+                        "{2}Exception at: 14:03:07:042. Private: 84201001. Address: 0\r\nplain|\n");
     e.dump(nullptr, "nowhere");
 }
 
@@ -320,7 +314,7 @@ TEST(StructExcept, messageIsCutAt512)
 
 TEST(StructExcept, faultDumpsItsRegisters)
 {
-    FixedTime fixed;
+    const FixedClock clock;
     EXCEPTION_RECORD record{};
     record.ExceptionCode = EXCEPTION_ACCESS_VIOLATION;
     CONTEXT context{};
@@ -336,11 +330,11 @@ TEST(StructExcept, faultDumpsItsRegisters)
 #if defined(__x86_64__)
     record.ExceptionAddress64 = 0x7FFF00401234;
     context.EFlags64 = 0x10246;
-    const std::string head = "{2}Exception at: 04:05:06:007. Code: C0000005. Address: 7FFF00401234\r\nm|\n";
+    const std::string head = "{2}Exception at: 14:03:07:042. Code: C0000005. Address: 7FFF00401234\r\nm|\n";
 #else
     record.ExceptionAddress = reinterpret_cast<void*>(0x401234);
     context.EFlags = 0x10246;
-    const std::string head = "{2}Exception at: 04:05:06:007. Code: C0000005. Address: 401234\r\nm|\n";
+    const std::string head = "{2}Exception at: 14:03:07:042. Code: C0000005. Address: 401234\r\nm|\n";
 #endif
     context.SegCs = 0x23;
     context.SegSs = context.SegDs = context.SegEs = 0x2B;

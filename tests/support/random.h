@@ -1,11 +1,28 @@
 #pragma once
 // Random choices that are the same on every target, and threads.
 
+#include <cstdint>
 #include <cstdlib>
 #include <random>
 #include <string>
 #include <thread>
 #include <vector>
+
+/// 64 bits at a time.
+class Bits {
+public:
+    explicit Bits(std::uint64_t seed) : m_state(seed) {}
+    std::uint64_t next()
+    {
+        std::uint64_t z = m_state += 0x9E3779B97F4A7C15u;
+        z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9u;
+        z = (z ^ (z >> 27)) * 0x94D049BB133111EBu;
+        return z ^ (z >> 31);
+    }
+
+private:
+    std::uint64_t m_state;
+};
 
 class Dice {
 public:

@@ -1,6 +1,8 @@
 #pragma once
 // Random conversions with matching values: the same sequence on every target.
 
+#include "support/random.h"
+
 #include <cstdint>
 #include <cstring>
 #include <string>
@@ -17,7 +19,7 @@ struct PrintCase {
 
 class PrintCases {
 public:
-    explicit PrintCases(std::uint64_t seed) : m_state(seed) {}
+    explicit PrintCases(std::uint64_t seed) : m_bits(seed) {}
 
     PrintCase next()
     {
@@ -45,13 +47,7 @@ public:
     }
 
 private:
-    std::uint64_t bits()
-    {
-        std::uint64_t z = m_state += 0x9E3779B97F4A7C15u;
-        z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9u;
-        z = (z ^ (z >> 27)) * 0x94D049BB133111EBu;
-        return z ^ (z >> 31);
-    }
+    std::uint64_t bits() { return m_bits.next(); }
     std::uint64_t below(std::uint64_t n) { return (bits() >> 11) % n; }
     void addNumber(PrintCase& c, int n, bool precision)
     {
@@ -94,7 +90,7 @@ private:
         }
     }
 
-    std::uint64_t m_state;
+    Bits m_bits;
 };
 
 /// print(fmt arguments...) with what the case holds.

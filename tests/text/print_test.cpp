@@ -61,22 +61,17 @@ TEST(Print, integers)
     expectText("-1 255 -1 65535 1 2", "%hhd %hhu %hd %hu %hhd %hd", 0xFFF, 0xFFF, 0xFFFFF, 0xFFFFF, 257,
                65538);
     expectText("-2 9", "%ld %lu", -2L, 9UL);
-    expectText("[   42][42   ][00042][  +42][ 42][+0042]", "[%5d][%-5d][%05d][%+5d][% d][%+05d]", 42, 42, 42,
-               42, 42, 42);
     expectText("[  042][042  ][][0][   ][0x2a][0X00002A][00010]",
                "[%5.3d][%-05.3d][%.0d][%#.0o][%3.d][%#x][%#08X][%#05o]", 42, 42, 0, 0, 0, 42, 42, 8);
-    expectText("[42   ][   42][42]", "[%*d][%*d][%.*d]", -5, 42, 5, 42, -1, 42);
 }
 
 TEST(Print, doubles)
 {
     expectText("0.5 -1.50 2 3. 1e+02", "%g %.2f %.0f %#.0f %.0e", 0.5, -1.5, 2.5, 3.0, 99.5);
-    expectText("1.234500e+00 1E-300 1e+100", "%e %G %g", 1.2345, 1e-300, 1e100);
     expectText("inf -INF   nan INF  +inf 1.00000e+06", "%f %E %5g %A %+05.1e %#g", HUGE_VAL, -HUGE_VAL,
                std::numeric_limits<double>::quiet_NaN(), HUGE_VAL, HUGE_VAL, 999999.5);
     expectText("0x1p+0 0X1.8P-1 0x0p+0 0x0.0000000000001p-1022 0x1.00p+1", "%a %A %a %a %.2a", 1.0, 0.75, 0.0,
                5e-324, 2.0);
-    expectText("[-0001.5][  +2][1.00000]", "[%07.1f][%+4.0f][%#g]", -1.5, 2.0, 1.0);
     expectText("0.1000000000000000055511151231257827021181583404541015625000", "%.58f", 0.1);
     expectText("0.25 1E-05", "%Lg %LG", 0.25L, 1e-5L);
 }

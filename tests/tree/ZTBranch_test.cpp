@@ -245,36 +245,17 @@ TYPED_TEST(BranchTwins, childrenAreFoundWhateverBecomesOfThem)
         Name* known = child ? &names[static_cast<std::size_t>(at)] : nullptr;
         const Name fresh = {base(), below(5) ? suffix() : none};
         const int rel = child ? child->findAttrib(w("Rel")) : -1;
-        switch (below(20)) {
+        const bool isCalm = step / 1000 % 2 == 0 && below(20);
+        switch (isCalm ? 9 + below(8) : below(16)) {
         case 0:
-            names.push_back(fresh);
-            b.addChild(Branch(text(fresh)), nullptr, false);
-            break;
-        case 1: // put in only, with no parent
-            names.push_back(fresh);
-            b.setChild(new Branch(text(fresh), below(2) ? &b : nullptr), -1);
-            break;
-        case 2:
-            names.push_back(fresh);
-            outside.push_back(std::make_unique<Branch>(text(fresh)));
-            b.linkChild(outside.back().get(), false);
-            break;
-        case 3:
-        case 4:
-            if (names.size() > 40) {
-                const int gone = below(3) ? static_cast<int>(names.size()) - 1 : at;
-                names.erase(names.begin() + gone);
-                b.removeChild(gone);
-            }
-            break;
-        case 5:
+        case 1:
             if (child) {
                 child->setName(text(fresh));
                 *known = fresh;
             }
             break;
-        case 6:
-            if (child && below(4) == 0) {
+        case 2:
+            if (child) {
                 b.setChild(new Branch(text(fresh)), at);
                 *known = fresh;
                 child->setName(w("alone"));
@@ -282,7 +263,34 @@ TYPED_TEST(BranchTwins, childrenAreFoundWhateverBecomesOfThem)
                     outside.emplace_back(child);
             }
             break;
-        case 7:
+        case 3:
+            if (names.size() > 40) {
+                names.erase(names.begin() + at);
+                b.removeChild(at);
+            }
+            break;
+        case 4:
+            if (step % 10000 > 6000) {
+                names.push_back(fresh);
+                outside.push_back(std::make_unique<Branch>(text(fresh)));
+                b.linkChild(outside.back().get(), false);
+            }
+            break;
+        case 9: // these leave the index as it is
+            names.push_back(fresh);
+            b.addChild(Branch(text(fresh)), nullptr, false);
+            break;
+        case 10: // put in only, with no parent
+            names.push_back(fresh);
+            b.setChild(new Branch(text(fresh), below(2) ? &b : nullptr), -1);
+            break;
+        case 11:
+            if (names.size() > 40) {
+                names.pop_back();
+                b.removeChild(static_cast<int>(names.size()));
+            }
+            break;
+        case 12:
             if (rel >= 0 && below(4) == 0) {
                 int place = 0;
                 known->suffix = suffix();

@@ -1,4 +1,4 @@
-// The XML writer and SaveZTree, narrow and wide, against a literal, recursive model of their steps, on random
+// The XML writer and SaveZTree, narrow and wide, against a recursive model of what they write, on random
 // trees.
 
 #include "support/tree_model.h"
@@ -34,7 +34,7 @@ template <> struct Form<zwchar> {
     static const char* lineEnd() { return "\r\n"; }
 };
 
-// Every step as it is stated, with the state bits.
+/// What is written, told by the shape of the tree alone.
 template <class Ch> class Model {
 public:
     using Text = std::basic_string<Ch>;
@@ -45,22 +45,16 @@ public:
         m_out = Form<Ch>::head();
         put("<!DOCTYPE Debug SYSTEM \"Debug.ztd\">");
         put(Form<Ch>::lineEnd());
-        branch(root, inIdentity);
+        branch(root, 0, inIdentity);
         return m_out;
     }
 
 private:
     static Text units(const std::string& bytes) { return tree_model::units<Ch>(bytes); }
     void put(const std::string& text) { m_out += units(text); }
-    void write(const Text& text, bool escape)
+    void escaped(const std::string& bytes)
     {
-        if (m_indent)
-            put(std::string(3 * static_cast<std::size_t>(m_depth), ' '));
-        m_indent = false;
-        if (!escape) {
-            m_out += text;
-            return;
-        }
+        const Text text = units(bytes);
         for (std::size_t at = 0; at < text.size() && text[at]; ++at) {
             const Ch c = text[at];
             if (c == '<')
@@ -87,61 +81,16 @@ private:
         }
         return false;
     }
-    void write(const std::string& text) { write(units(text), false); }
-    void lineFeed()
+    void line(std::size_t depth, const std::string& text) { put(std::string(3 * depth, ' ') + text + "\n"); }
+    /// Name and attributes of an element, without its bracket.
+    void start(std::size_t depth, const TreeModel& m)
     {
-        put("\n");
-        m_indent = true;
-    }
-    void startTag(const std::string& name, bool more)
-    {
-        write("<");
-        write(name);
-        if (!more)
-            write(m_empty ? "/>" : ">");
-        if (!more)
-            m_empty = false;
-    }
-    void quickTag(const std::string& name, bool more)
-    {
-        m_empty = true;
-        startTag(name, more);
-    }
-    void endTag(const std::string& name) { write("</" + name + ">"); }
-    void attrib(const std::string& name, const std::string& value, bool more)
-    {
-        write(" " + name + "=\"");
-        write(units(value), true);
-        if (more) {
-            write("\"");
-            return;
+        put(std::string(3 * depth, ' ') + "<" + m.name);
+        for (const auto& [name, value] : m.attribs) {
+            put(" " + name + "=\"");
+            escaped(value);
+            put("\"");
         }
-        write(m_empty ? "\"/>" : "\">");
-        if (!m_empty && m_due)
-            lineFeed();
-        if (!m_empty)
-            m_due = false;
-        m_empty = false;
-    }
-    void attribs(const TreeModel& m)
-    {
-        for (std::size_t i = 0; i < m.attribs.size(); ++i)
-            attrib(m.attribs[i].first, m.attribs[i].second, i + 1 < m.attribs.size());
-    }
-    void descend(const std::string& name, bool more)
-    {
-        startTag(name, more);
-        ++m_depth;
-        if (more)
-            m_due = true;
-        else
-            lineFeed();
-    }
-    void ascend(const std::string& name)
-    {
-        --m_depth;
-        endTag(name);
-        lineFeed();
     }
     static std::string value(const TreeModel& m)
     {
@@ -155,54 +104,53 @@ private:
                 return &text;
         return nullptr;
     }
-    void branch(const TreeModel& m, bool inIdentity)
+    void branch(const TreeModel& m, std::size_t depth, bool inIdentity)
     {
         if (!m.children.empty()) {
             if (m_identity && m.name == m_identity->name)
                 inIdentity = true;
-            descend(m.name, !m.attribs.empty());
-            attribs(m);
+            start(depth, m);
+            put(">\n");
             for (const TreeModel& child : m.children)
-                branch(child, inIdentity);
-            ascend(m.name);
+                branch(child, depth + 1, inIdentity);
+            line(depth, "</" + m.name + ">");
             return;
         }
         if (m_identity && inIdentity && m.name == "VELIdentity") {
-            const std::string* module = find(*m_identity, "Module");
-            descend("Link", false);
-            if (module)
-                descend(*module, false);
-            quickTag(*find(*m_identity, "Name"), true);
-            attrib("Command", *find(*m_identity, "Command"), true);
-            const std::string* query = find(*m_identity, "Query");
-            std::string text = query ? *query : "";
-            text.erase(text.rfind('.') == std::string::npos ? 0 : text.rfind('.') + 1);
-            attrib("Query", text + value(m), false);
-            lineFeed();
-            if (module)
-                ascend(*module);
-            ascend("Link");
+            link(m, depth);
             return;
         }
         const std::string text = value(m);
-        if (!text.empty()) {
-            startTag(m.name, !m.attribs.empty());
-            attribs(m);
-            write(units(text), true);
-            endTag(m.name);
-        } else {
-            quickTag(m.name, !m.attribs.empty());
-            attribs(m);
+        start(depth, m);
+        if (text.empty()) {
+            put("/>\n");
+            return;
         }
-        lineFeed();
+        put(">");
+        escaped(text);
+        put("</" + m.name + ">\n");
+    }
+    void link(const TreeModel& m, std::size_t depth)
+    {
+        const std::string* module = find(*m_identity, "Module");
+        line(depth, "<Link>");
+        if (module)
+            line(++depth, "<" + *module + ">");
+        const std::string* query = find(*m_identity, "Query");
+        std::string text = query ? *query : "";
+        text.erase(text.rfind('.') == std::string::npos ? 0 : text.rfind('.') + 1);
+        TreeModel leaf;
+        leaf.name = *find(*m_identity, "Name");
+        leaf.attribs = {{"Command", *find(*m_identity, "Command")}, {"Query", text + value(m)}};
+        start(depth + 1, leaf);
+        put("/>\n");
+        if (module)
+            line(depth--, "</" + *module + ">");
+        line(depth, "</Link>");
     }
 
     const TreeModel* m_identity;
     Text m_out;
-    int m_depth = 0;
-    bool m_indent = false;
-    bool m_due = false;
-    bool m_empty = false;
 };
 
 template <class Twin> class WriterModel : public ::testing::Test {
