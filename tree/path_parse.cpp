@@ -17,8 +17,10 @@ using ztree_impl::PathStep;
 class Parser {
 public:
     Parser(const char* text, std::size_t n, char* room, PathError& error) noexcept
-        : m_begin(text), m_at(text), m_end(text + n), m_room(room), m_error(error)
+        : m_begin(text), m_at(text), m_end(text + n), m_lastClose(m_end), m_room(room), m_error(error)
     {
+        while (m_lastClose != m_begin && m_lastClose[-1] != ')')
+            --m_lastClose;
     }
     bool path(ztree::Path::Body& body, PathCondition* conditions) noexcept;
 
@@ -53,6 +55,7 @@ private:
     const char* m_begin;
     const char* m_at;
     const char* m_end;
+    const char* m_lastClose; // behind the last ')'
     char* m_room;
     PathError& m_error;
 };
@@ -77,11 +80,8 @@ bool Parser::name(const char* stops, const char*& text, int& n) noexcept
         if (!quoted(text, n))
             return false;
     } else {
-        const char* lastClose = m_end; // looked for once
-        while (lastClose != start && lastClose[-1] != ')')
-            --lastClose;
         for (; m_at < m_end && !std::strchr(stops, *m_at); ++m_at)
-            if (*m_at == '(' && m_at < lastClose)
+            if (*m_at == '(' && m_at < m_lastClose)
                 m_at = std::find(m_at, m_end, ')');
         const char* end = m_at;
         while (*stops == '=' && end > start && end[-1] == ' ')

@@ -1,6 +1,7 @@
 // Moving files on systems that cannot rename without replacing: two system calls are made to refuse.
 
 #include "platform/file.h"
+#include "platform/syserror.h"
 
 #include <gtest/gtest.h>
 
@@ -33,6 +34,11 @@ extern "C" int renameat2(int fromFolder, const char* from, int toFolder, const c
 extern "C" int link(const char* from, const char* to) noexcept
 {
     return s_linkError ? refused(s_linkError) : static_cast<int>(syscall(SYS_link, from, to));
+}
+
+TEST(ErrorFromErrno, unknown)
+{
+    EXPECT_EQ(platform::errorFromErrno(99999), 31u);
 }
 
 TEST(MoveFile, withoutRenamePrimitive)

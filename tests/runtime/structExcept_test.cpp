@@ -285,8 +285,8 @@ TEST(StructExcept, libraryErrorDumpsTwoLines)
     RecordingLog log;
     e.dump(&log, "in %s %d", "load", 7);
     e.dump(&log, "%s", "plain");
-    EXPECT_EQ(log.text, "{2}Exception at: 14:03:07:042. Private: 84201001. Address: 0\r\nin load 7|\n"
-                        "{2}Exception at: 14:03:07:042. Private: 84201001. Address: 0\r\nplain|\n");
+    EXPECT_EQ(log.text, "{2}Exception at: 13:03:07:042. Private: 84201001. Address: 0\r\nin load 7|\n"
+                        "{2}Exception at: 13:03:07:042. Private: 84201001. Address: 0\r\nplain|\n");
     e.dump(nullptr, "nowhere");
 }
 
@@ -330,11 +330,11 @@ TEST(StructExcept, faultDumpsItsRegisters)
 #if defined(__x86_64__)
     record.ExceptionAddress64 = 0x7FFF00401234;
     context.EFlags64 = 0x10246;
-    const std::string head = "{2}Exception at: 14:03:07:042. Code: C0000005. Address: 7FFF00401234\r\nm|\n";
+    const std::string head = "{2}Exception at: 13:03:07:042. Code: C0000005. Address: 7FFF00401234\r\nm|\n";
 #else
     record.ExceptionAddress = reinterpret_cast<void*>(0x401234);
     context.EFlags = 0x10246;
-    const std::string head = "{2}Exception at: 14:03:07:042. Code: C0000005. Address: 401234\r\nm|\n";
+    const std::string head = "{2}Exception at: 13:03:07:042. Code: C0000005. Address: 401234\r\nm|\n";
 #endif
     context.SegCs = 0x23;
     context.SegSs = context.SegDs = context.SegEs = 0x2B;
