@@ -587,6 +587,14 @@ inline bool sameBytes(const char* a, const char* b, std::size_t n) noexcept
     return std::memcmp(a, b, n) == 0;
 }
 
+std::uint64_t hashOf(const char* name, int n) noexcept
+{
+    std::uint64_t hash = 14695981039346656037U;
+    for (int i = 0; i < n; ++i)
+        hash = (hash ^ static_cast<unsigned char>(name[i])) * 1099511628211U;
+    return hash ^ hash >> 29; // the last bytes have not come far
+}
+
 // The second one of two attributes with the same name, the earliest in the text; null when all differ.
 const Reader::Attribute* Reader::firstRepeated()
 {
@@ -614,22 +622,32 @@ const Reader::Attribute* Reader::firstRepeated()
                     return &m_attributes[i];
         return nullptr;
     }
-    platform::HeapPtr<const Attribute*> sorted(platform::allocArray<const Attribute*>(m_count));
+    // By a hash first, which needs no look at the names; names that were made to have one hash cost no more
+    // than sorting them.
+    struct Key {
+        std::uint64_t hash;
+        const Attribute* attribute;
+    };
+    platform::HeapPtr<Key> sorted(platform::allocArray<Key>(m_count));
     if (!sorted)
         throwMemory();
     for (std::size_t i = 0; i < m_count; ++i)
-        sorted[i] = &m_attributes[i];
-    std::sort(sorted.get(), sorted.get() + m_count, [](const Attribute* a, const Attribute* b) {
-        const int order =
-            std::memcmp(a->name, b->name, static_cast<std::size_t>(std::min(a->nameLength, b->nameLength)));
-        if (order || a->nameLength != b->nameLength)
-            return order ? order < 0 : a->nameLength < b->nameLength;
-        return a < b;
+        sorted[i] = {hashOf(m_attributes[i].name, m_attributes[i].nameLength), &m_attributes[i]};
+    std::sort(sorted.get(), sorted.get() + m_count, [](const Key& a, const Key& b) {
+        if (a.hash != b.hash)
+            return a.hash < b.hash;
+        const int lengths[] = {a.attribute->nameLength, b.attribute->nameLength};
+        const int order = std::memcmp(a.attribute->name, b.attribute->name,
+                                      static_cast<std::size_t>(std::min(lengths[0], lengths[1])));
+        if (order || lengths[0] != lengths[1])
+            return order ? order < 0 : lengths[0] < lengths[1];
+        return a.attribute < b.attribute;
     });
     const Attribute* first = nullptr;
     for (std::size_t i = 1; i < m_count; ++i)
-        if (same(*sorted[i], *sorted[i - 1]) && (!first || sorted[i] < first))
-            first = sorted[i];
+        if (sorted[i].hash == sorted[i - 1].hash && same(*sorted[i].attribute, *sorted[i - 1].attribute) &&
+            (!first || sorted[i].attribute < first))
+            first = sorted[i].attribute;
     return first;
 }
 

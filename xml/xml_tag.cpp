@@ -302,6 +302,7 @@ template <class Kind> void XmlTagCore<Kind>::share(const XmlTagCore& other)
         throw structExcept(ztree::errMemory);
     m_kind = other.m_kind;
     m_sorted = other.m_sorted;
+    m_repeats = other.m_repeats;
     m_parent = nullptr;
 }
 
@@ -323,6 +324,7 @@ template <class Kind> void XmlTagCore<Kind>::appendTo(Tag* parent)
 
 template <class Kind> void XmlTagCore<Kind>::addChild(Tag* child)
 {
+    m_repeats = true;
     if (child && !m_children.add(static_cast<ZSortObject*>(child)))
         throw structExcept(ztree::errMemory);
 }
@@ -346,7 +348,18 @@ template <class Kind> void XmlTagCore<Kind>::addChild(const Ch* name, const Ch* 
 
 template <class Kind> int XmlTagCore<Kind>::childIndex(const Tag* child) const noexcept
 {
-    return child ? m_children.find(static_cast<const ZSortObject*>(child)) : -1;
+    if (!child)
+        return -1;
+    // From both ends, since children often go in turn; from the front alone if one may stand there twice.
+    const void* const wanted = static_cast<const ZSortObject*>(child);
+    const int count = m_children.size();
+    for (int i = 0; i < count; ++i) {
+        if (m_children.at(i) == wanted)
+            return i;
+        if (!m_repeats && m_children.at(count - 1 - i) == wanted)
+            return count - 1 - i;
+    }
+    return -1;
 }
 
 template <class Kind> void XmlTagCore<Kind>::removeChild(const Tag* child) noexcept

@@ -112,6 +112,7 @@ private:
     std::uint8_t m_spotRoom = 0;
     std::int8_t m_kind = -1;
     bool m_sorted = false;
+    bool m_repeats = false; // a child may be listed twice: one came without telling it its parent
     bool m_listed = false;  // stands in a list of dead elements
     bool m_dying = false;   // is being deleted from it
     bool m_inBlock = false; // with the public object

@@ -56,7 +56,7 @@ constexpr double limit = 2.3;
 constexpr int doublings = 3;
 constexpr int furthest = 8'000'000;
 constexpr double memorySpeed =
-    1e-9;                      ///< seconds an item; whatever takes less copies or scans, as fast as memory is
+    2e-9;                      ///< seconds an item; whatever takes less copies or scans, as fast as memory is
 constexpr double patience = 2; ///< seconds that a run may take beside those of the table
 
 double least(const Case& c, int n, double effort)
