@@ -302,14 +302,12 @@ private:
 } // namespace
 
 // Few attributes, as elements have them, without a comparison through the class. False, and nothing done, for
-// many and for names that are equal.
+// names that are equal.
 template <class Kind> bool AttribListCore<Kind>::sortFew() noexcept
 {
     FewNames<Ch> names;
     const void* before[names.most];
     const int count = size();
-    if (count > names.most)
-        return false;
     for (int i = 0; i < count; ++i) {
         before[i] = m_entries.at(i);
         const auto* impl = AttribCore<Kind>::of(*at(i));
@@ -318,6 +316,38 @@ template <class Kind> bool AttribListCore<Kind>::sortFew() noexcept
     }
     for (int i = 0; i < count; ++i)
         m_entries.entries()[i] = before[names.at(i)];
+    m_entries.setOrdered(count);
+    return true;
+}
+
+// Many attributes by the heads of their names, which need no look at the attributes. False, and nothing done,
+// for names that are equal or when memory is short.
+template <class Kind> bool AttribListCore<Kind>::sortMany() noexcept
+{
+    struct Entry {
+        std::uint64_t head;
+        const void* object;
+        const Ch* name;
+    };
+    const int count = size();
+    platform::HeapPtr<Entry> all(platform::allocArray<Entry>(static_cast<std::size_t>(count)));
+    if (!all)
+        return false;
+    for (int i = 0; i < count; ++i) {
+        const auto* impl = AttribCore<Kind>::of(*at(i));
+        all[static_cast<std::size_t>(i)] = {headOf(nameOf(i), impl ? impl->name.length : 0), m_entries.at(i),
+                                            nameOf(i)};
+    }
+    const auto isBefore = [](const Entry& a, const Entry& b) {
+        return a.head != b.head ? a.head < b.head : compareNames(a.name, b.name) < 0;
+    };
+    Entry* const end = all.get() + count;
+    std::sort(all.get(), end, isBefore);
+    if (std::adjacent_find(all.get(), end, [&](const Entry& a, const Entry& b) { return !isBefore(a, b); }) !=
+        end)
+        return false;
+    for (int i = 0; i < count; ++i)
+        m_entries.entries()[i] = all[static_cast<std::size_t>(i)].object;
     m_entries.setOrdered(count);
     return true;
 }
@@ -348,7 +378,7 @@ template int sortedPieces<WideAttrib>(const zwchar*, int, AttribPiece<zwchar>*) 
 template <class Kind> int AttribListCore<Kind>::sort()
 {
     if (!m_sorted) {
-        if (!sortFew())
+        if (!(size() <= FewNames<Ch>::most ? sortFew() : sortMany()))
             sortcore::sort(m_entries);
         forgetIndex();
     }

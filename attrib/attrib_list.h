@@ -63,6 +63,7 @@ private:
 
     int find(const Ch* name) const noexcept;
     bool sortFew() noexcept;
+    bool sortMany() noexcept;
     const Ch* nameOf(int i) const noexcept;
     NameIndex* index() const noexcept;
     void forgetIndex() const noexcept

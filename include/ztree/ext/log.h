@@ -109,13 +109,13 @@ public:
             append({text, static_cast<std::size_t>(at - text)});
             if (at == end)
                 return;
-            const char* close = at;
-            while (*at == '{' && close < end && *close != '}')
+            const char* close = at + 1; // no description holds a brace
+            while (*at == '{' && close < end && *close != '}' && *close != '{')
                 ++close;
             if (end - at > 1 && at[1] == at[0]) {
                 append({at, 1});
                 at += 2;
-            } else if (*at == '{' && close < end && used < count &&
+            } else if (*at == '{' && close < end && *close == '}' && used < count &&
                        append(values[used], {at + 1, static_cast<std::size_t>(close - at - 1)})) {
                 ++used;
                 at = close + 1;
