@@ -14,7 +14,7 @@ mZString* core(ztree::detail::StringFields<char>* impl) noexcept
 } // namespace
 
 // --- making ---
-mZString* ZString::getInstance()
+__attribute__((noinline)) mZString* ZString::getInstance()
 {
     if (!m_pImpl) {
         m_pImpl = new mZString(this);

@@ -12,7 +12,7 @@ mZStringW* core(ztree::detail::StringFields<zwchar>* impl) noexcept
 } // namespace
 
 // --- making ---
-mZStringW* ZStringW::getInstance()
+__attribute__((noinline)) mZStringW* ZStringW::getInstance()
 {
     if (!m_pImpl) {
         m_pImpl = new mZStringW(this);

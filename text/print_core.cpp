@@ -12,7 +12,8 @@
 #define ZTREE_CHECKED_READS 1
 #endif
 #endif
-#if defined(__SSE2__) && !defined(__SANITIZE_ADDRESS__) && !defined(ZTREE_CHECKED_READS)
+#if defined(__SSE2__) && !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__) &&                  \
+    !defined(ZTREE_CHECKED_READS)
 #define ZTREE_WIDE_READS 1
 #include <emmintrin.h>
 #endif

@@ -290,6 +290,38 @@ TEST_F(CsvFaults, reader)
         }
 }
 
+// Without memory for an index of the names they are looked for one by one.
+TEST_F(CsvFaults, manyBoundNames)
+{
+    constexpr int count = 40;
+    std::string header, line;
+    csvBuffer settings;
+    settings.setParameter(csvParamDialect, csvDialectRfc);
+    for (int i = 0; i < count; ++i) {
+        const auto id = static_cast<unsigned short>(100 + i);
+        settings.addFieldOrder(&id, 1);
+        settings.addFieldDefinition(ztree::fieldAt<csvInt>(id, 4 * i));
+        header = "name" + std::to_string(i) + ";" + header;
+        line = std::to_string(i) + ";" + line;
+    }
+    const std::string all = header + "\n" + line + "\n";
+    const auto make = [&] { return std::make_unique<ztree::CsvReader>(settings); };
+    sweep("bound names", make, [&](ztree::CsvReader& reader) {
+        for (int i = 0; i < count; ++i)
+            insist([&] {
+                return reader.bind(static_cast<unsigned short>(100 + i), "name" + std::to_string(i));
+            });
+        insist([&] { return reader.openText(all); });
+        insist([&] { return reader.readHeader(); });
+        int record[count] = {};
+        insist([&] { return reader.read(record); });
+        std::string out;
+        for (const int value : record)
+            out += std::to_string(value) + ",";
+        return out;
+    });
+}
+
 TEST_F(CsvFaults, writer)
 {
     for (const Way& way : ways)
