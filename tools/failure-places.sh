@@ -47,7 +47,7 @@ explained() {
             allowed=3 ;; # the first entry of a stack has its room
         *adopt* | *linkChild* | *insertChildren* | *valueToChild* | *removeBranches* | *"BranchCore<"*">::create("*)
             allowed=3 ;; # the list has made room before
-        *replaceAttrib* | *AttribListCore*::find* | *BranchCore*::findChild*)
+        *replaceAttrib* | *AttribListCore*::find* | *BranchCore*::findChild* | *mCsvReader::bindNames*)
             allowed=2 ;; # the second block, after the first failed too
         *"GrowingText<"* | *"ColumnForm<"* | *mCsvBuffer::createLine* | *mCsvWriter::write*)
             allowed=24 ;; # growing once more, or at a column without a value, where the line had room for it
@@ -57,6 +57,9 @@ explained() {
         *ExactTokens*makeTokenRoom*) allowed=1 ;; # these tokens go into the caller's string
         *mCsvBuffer::setData* | *mCsvBuffer::assign* | *readXml*) allowed=1 ;; # an empty text, which is refused before
         *mCsvWriter::openFile* | *CsvWriter::open\(*) allowed=1 ;; # removes what an earlier file left, which had failed
+        *BranchCore*::wantIndex*) allowed=1 ;; # the same block on two ways
+        *"ZXmlReaderW::ZXmlReaderW(unsigned short"*) allowed=1 ;; # another spelling of what was tried
+        *mcwLog::dumpHere*) allowed=1 ;; # a dump's pieces are usual ones, which need no heap
         *mFileLog::prepare* | *mFileLog::writeHeld*) allowed=2 ;; # looks that come a second later
         *mFileLog::appendInReport*) allowed=1 ;; # in a crash report
         *mFileLog::close*) allowed=1 ;; # closing behind a flush that failed

@@ -114,6 +114,9 @@ TYPED_TEST(TextFaults, strings)
                  p.one.set(third.c_str(), 3000);
                  p.one += third.c_str();
                  p.one.append(third.c_str(), 20);
+                 p.other = p.one + third[0];
+                 p.other = p.one + reinterpret_cast<const unsigned short*>(wide.c_str());
+                 SysFreeString(have(SysAllocString(wide.c_str())));
                  p.one = third.c_str();
                  p.one = ZStringW(third.c_str(), 30);
                  p.one = ztree::wide(utf8);
