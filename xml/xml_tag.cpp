@@ -302,12 +302,14 @@ template <class Kind> void XmlTagCore<Kind>::share(const XmlTagCore& other)
         throw structExcept(ztree::errMemory);
     m_kind = other.m_kind;
     m_sorted = other.m_sorted;
-    m_repeats = other.m_repeats;
+    m_repeats = true; // they have another parent, and may be given this one too
     m_parent = nullptr;
 }
 
 template <class Kind> void XmlTagCore<Kind>::setParent(Tag* parent)
 {
+    if (parent && parent == m_parent)
+        of(parent)->m_repeats = true; // it goes to the end: its first place is the one to leave
     if (parent && !of(parent)->m_children.add(static_cast<ZSortObject*>(m_owner)))
         throw structExcept(ztree::errMemory);
     if (m_parent)

@@ -37,6 +37,14 @@ TYPED_TEST(XmlTwins, elementsAreFoundByNameAndRel)
     EXPECT_EQ(narrow(item->getName()) + narrow(item->getText()) + narrow(item->getAttrib(w("id"))),
               "othernew2");
     EXPECT_EQ(narrow(root.getChild(w("b"))->getName()), "b");
+    // Given its parent again, a child goes to the end.
+    Tag parent;
+    Tag *const one = new Tag(&parent), *const two = new Tag(&parent), *const three = new Tag(&parent);
+    two->setParent(&parent);
+    EXPECT_EQ(parent.getChildCount(), 3);
+    EXPECT_EQ(parent.getChildIndex(one), 0);
+    EXPECT_EQ(parent.getChildIndex(three), 1);
+    EXPECT_EQ(parent.getChildIndex(two), 2);
     // Named children stand in the list twice, and are deleted once.
     root.addChild(w("twice"), w("text"));
     EXPECT_EQ(root.getChildCount(), 6);
