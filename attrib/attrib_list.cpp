@@ -1,5 +1,6 @@
 #include "attrib/attrib_list.h"
 
+#include "containers/name_sort.h"
 #include "containers/sort_core.h"
 #include "text/string_core.h"
 
@@ -320,36 +321,19 @@ template <class Kind> bool AttribListCore<Kind>::sortFew() noexcept
     return true;
 }
 
-// Many attributes by the heads of their names, which need no look at the attributes. False, and nothing done,
-// for names that are equal or when memory is short.
+// Many attributes; equal names, too. False, and nothing done, when one holds nothing or memory is short.
 template <class Kind> bool AttribListCore<Kind>::sortMany() noexcept
 {
-    struct Entry {
-        std::uint64_t head;
-        const void* object;
-        const Ch* name;
-    };
-    const int count = size();
-    platform::HeapPtr<Entry> all(platform::allocArray<Entry>(static_cast<std::size_t>(count)));
-    if (!all)
-        return false;
-    for (int i = 0; i < count; ++i) {
-        const auto* impl = AttribCore<Kind>::of(*at(i));
-        all[static_cast<std::size_t>(i)] = {headOf(nameOf(i), impl ? impl->name.length : 0), m_entries.at(i),
-                                            nameOf(i)};
-    }
-    const auto isBefore = [](const Entry& a, const Entry& b) {
-        return a.head != b.head ? a.head < b.head : compareNames(a.name, b.name) < 0;
-    };
-    Entry* const end = all.get() + count;
-    std::sort(all.get(), end, isBefore);
-    if (std::adjacent_find(all.get(), end, [&](const Entry& a, const Entry& b) { return !isBefore(a, b); }) !=
-        end)
-        return false;
-    for (int i = 0; i < count; ++i)
-        m_entries.entries()[i] = all[static_cast<std::size_t>(i)].object;
-    m_entries.setOrdered(count);
-    return true;
+    return sortcore::sortByName<Ch>(
+        m_entries,
+        [](const void* object, sortcore::Named<Ch>& named) {
+            const auto* impl = AttribCore<Kind>::of(*static_cast<const Attrib*>(object));
+            if (impl)
+                named.setName(impl->name.text, impl->name.length,
+                              [](const Ch* text, int n) { return headOf(text, n); });
+            return impl != nullptr;
+        },
+        [](const Ch* a, const Ch* b) { return compareNames(a, b); });
 }
 
 template <class Kind>

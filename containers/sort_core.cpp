@@ -1,5 +1,7 @@
 #include "containers/sort_core.h"
 
+#include "containers/quick_sort.h"
+
 namespace sortcore {
 
 namespace {
@@ -18,92 +20,6 @@ int order(const ZSortObject* a, const ZSortObject* b)
 const ZSortObject* object(const void* p)
 {
     return static_cast<const ZSortObject*>(p);
-}
-
-void siftDown(const void** e, int root, int n)
-{
-    const void* moving = e[root];
-    for (int child; (child = 2 * root + 1) < n; root = child) {
-        if (child + 1 < n && order(object(e[child]), object(e[child + 1])) < 0)
-            ++child;
-        if (order(object(moving), object(e[child])) >= 0)
-            break;
-        e[root] = e[child];
-        e[child] = moving;
-    }
-}
-
-void heapSort(const void** e, int n)
-{
-    for (int i = n / 2; i-- > 0;)
-        siftDown(e, i, n);
-    for (int last = n - 1; last > 0; --last) {
-        std::swap(e[0], e[last]);
-        siftDown(e, 0, last);
-    }
-}
-
-struct Range {
-    int first;
-    int last;
-    int size() const { return last - first + 1; }
-};
-
-// One pass over the range; the two parts that remain to be sorted.
-void partition(const void** e, Range r, Range& left, Range& right)
-{
-    const ZSortObject* pivot = object(e[r.first + (r.last - r.first) / 2]);
-    int i = r.first;
-    int j = r.last;
-    do {
-        while (i < r.last && order(pivot, object(e[i])) >= 1)
-            ++i;
-        while (j > r.first && order(pivot, object(e[j])) < 0)
-            --j;
-        if (i <= j) {
-            if (i != j && order(object(e[i]), object(e[j])) != 0)
-                std::swap(e[i], e[j]);
-            ++i;
-            --j;
-        }
-    } while (i <= j);
-    left = {r.first, j};
-    right = {i, r.last};
-}
-
-// Which of two equal objects comes first follows from the pivots, and callers see it. So the
-// partitions are the plain ones; their order does not matter, and taking the smaller part first
-// bounds the stack by log2(n).
-void quickSort(const void** e, int n)
-{
-    Range open[32];
-    int depth = 0;
-    int levels = 8;
-    for (int rest = n; rest > 1; rest /= 2)
-        levels += 8;
-    // Arrangements made to meet the worst pivot every time would cost n * n; far beyond what any
-    // other one needs, what is left is sorted in another way.
-    std::int64_t budget = static_cast<std::int64_t>(n) * levels;
-    Range now = {0, n - 1};
-    for (;;) {
-        while (now.size() > 1) {
-            budget -= now.size();
-            if (budget < 0) {
-                heapSort(e + now.first, now.size());
-                break;
-            }
-            Range left = {};
-            Range right = {};
-            partition(e, now, left, right);
-            if (left.size() < right.size())
-                std::swap(left, right);
-            now = right; // the smaller
-            open[depth++] = left;
-        }
-        if (depth == 0)
-            return;
-        now = open[--depth];
-    }
 }
 
 // How many of n entries, which all stand in order, come first because isBefore() holds for them. Neither
@@ -239,10 +155,7 @@ void sort(ArrayCore& core)
     const void** e = core.entries();
     const bool whole = std::find(e, e + count, nullptr) == e + count;
     core.setOrdered(0); // should a comparison throw
-    if (count > 2)
-        quickSort(e, count);
-    else if (order(object(e[0]), object(e[1])) >= 1)
-        std::swap(e[0], e[1]);
+    quickSort(e, count, [](const void* a, const void* b) { return order(object(a), object(b)); });
     if (whole)
         core.setOrdered(count);
 }

@@ -1,5 +1,6 @@
 #include "xml/xml_tag.h"
 
+#include "containers/name_sort.h"
 #include "containers/sort_core.h"
 #include "platform/work_stack.h"
 #include "text/string_core.h"
@@ -7,6 +8,7 @@
 #include <ztree/runtime.h>
 
 #include <type_traits>
+#include <typeinfo>
 
 namespace ztree_impl {
 
@@ -444,12 +446,42 @@ template <class Kind> typename Kind::Tag* XmlTagCore<Kind>::findChild(const Ch* 
     return nullptr;
 }
 
+// The first 8 bytes, the first one highest.
+template <class Ch> static std::uint64_t headOf(const Ch* name, int n) noexcept
+{
+    constexpr int units = 8 / sizeof(Ch);
+    std::uint64_t head = 0;
+    for (int i = 0; i < units; ++i) {
+        const std::uint64_t unit = i >= n            ? 0
+                                   : sizeof(Ch) == 1 ? static_cast<unsigned char>(name[i])
+                                                     : name[i];
+        head = head << (8 * sizeof(Ch)) | unit;
+    }
+    return head;
+}
+
+// False, and nothing done, when the comparison of a child may be its own, or when memory is short.
+template <class Kind> bool XmlTagCore<Kind>::sortByNames() noexcept
+{
+    return sortcore::sortByName<Ch>(
+        m_children,
+        [](const void* object, sortcore::Named<Ch>& named) {
+            const Tag* const tag = static_cast<const Tag*>(static_cast<const ZSortObject*>(object));
+            if (typeid(*tag) != typeid(Tag))
+                return false;
+            named.setName(of(tag)->m_name, of(tag)->m_nameLength, headOf<Ch>);
+            return true;
+        },
+        compareUnits<Ch>);
+}
+
 template <class Kind> int XmlTagCore<Kind>::sortChildren()
 {
     platform::WorkStack<XmlTagCore*> open;
     auto enter = [&](XmlTagCore* element) {
         if (element->childCount()) {
-            sortcore::sort(element->m_children);
+            if (!element->sortByNames())
+                sortcore::sort(element->m_children);
             if (!open.push(element))
                 throw structExcept(ztree::errMemory);
         }

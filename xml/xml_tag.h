@@ -86,6 +86,7 @@ private:
         std::uint16_t valueLength;
     };
     void setName(const Ch* name, int n);
+    bool sortByNames() noexcept;
     void dropName() noexcept;
     void dropText() noexcept;
     const Spot* spots() const noexcept

@@ -250,7 +250,9 @@ TYPED_TEST(AttribList, equalsPlainSteps)
     for (int step = 0; step < 120000; ++step) {
         // Phases with few and with many attributes: from 17 on an index answers.
         const bool grow = step % 2000 > 1000;
-        const Text<Ch> name = dice.text(dice.below(50) ? letters : rare, 3), value = dice.text(letters, 20);
+        const Text<Ch> name = lit<K>(dice.below(9) ? "" : "Beginning_of_17") +
+                              dice.text(dice.below(50) ? letters : rare, 3),
+                       value = dice.text(letters, 20);
         const int dicing = dice.below(100);
         int looked = -2;
         if (dicing < (grow ? 0 : 12)) {
@@ -262,7 +264,7 @@ TYPED_TEST(AttribList, equalsPlainSteps)
             model.sorted = false;
         } else if (dicing < 45) {
             real.setAttrib(name.c_str(), dicing == 44 ? nullptr : value.c_str());
-            model.set(name, dicing == 44 ? Text<Ch>() : value);
+            model.set(name, dicing == 44 ? std::nullopt : std::optional(value));
         } else if (dicing < 60) {
             real.removeAttrib(name.c_str());
             const int i = model.find(name);

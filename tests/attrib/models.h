@@ -172,14 +172,14 @@ template <class Ch> struct ListModel {
     {
         items.push_back(std::make_shared<Item>(made ? Item{true, name, value} : Item{}));
     }
-    void set(const T& name, const T& value)
+    void set(const T& name, const std::optional<T>& value)
     {
         const int i = find(name);
         if (i >= 0) {
-            items[static_cast<std::size_t>(i)]->value = value;
-            items[static_cast<std::size_t>(i)]->made = true;
+            at(i)->value = value.value_or(T());
+            at(i)->made |= value.has_value();
         } else {
-            append(name, value, true);
+            append(name, value.value_or(T()), true);
             sorted = false;
         }
     }

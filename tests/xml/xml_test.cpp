@@ -1,3 +1,5 @@
+#include "support/plain_sort.h"
+#include "support/random.h"
 #include "support/spellings.h"
 #include "xml/support.h"
 
@@ -67,6 +69,31 @@ TYPED_TEST(XmlTwins, elementsAreFoundByNameAndRel)
         EXPECT_EQ(tag.getKind(), c.kind) << c.tag;
         EXPECT_EQ(narrow(tag.getName()), c.name);
     }
+}
+
+TYPED_TEST(XmlTwins, childrenAreSortedAsComparingThemDoes)
+{
+    using Tag = typename TypeParam::Tag;
+    struct Backwards : Tag {
+        using Tag::Tag;
+        int compare(const ZSortObject* other) const override { return -Tag::compare(other); }
+    };
+    Dice dice(5);
+    for (const int n : {2, 3, 16, 17, 500})
+        for (const bool backwards : {false, true}) {
+            Tag root;
+            std::vector<const Tag*> expected;
+            for (int i = 0; i < n; ++i) {
+                const char* const beginning = dice.below(2) ? "aBeginningOf17__" : "";
+                const auto* name = TestFixture::w(beginning + dice.text<char>("ab\xE9", 3));
+                expected.push_back(backwards ? new Backwards(&root, name) : new Tag(&root, name));
+            }
+            plainSort(expected, 0, n - 1, [](const Tag* a, const Tag* b) { return a->compare(b); });
+            root.sortChildren();
+            int i = 0;
+            for (const Tag* tag : expected)
+                EXPECT_EQ(root.getChild(i++), tag) << n << (backwards ? " backwards" : "");
+        }
 }
 
 TYPED_TEST(XmlTwins, readerStepsThroughSiblings)
