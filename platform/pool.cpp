@@ -447,14 +447,18 @@ void leaveAll() noexcept
 // What the C library gives, after a second try if idle memory might have been in its way.
 namespace {
 constexpr std::size_t largeHead = grain;
+constexpr std::size_t largePagesFrom = std::size_t{8} << 20;
 
 char* resizeLarge(char* block, std::size_t bytes) noexcept
 {
     if (bytes > static_cast<std::size_t>(PTRDIFF_MAX) - largeHead)
         return nullptr;
     for (bool again = true;; again = false) {
-        if (char* moved = static_cast<char*>(std::realloc(block, bytes + largeHead)))
+        if (char* moved = static_cast<char*>(std::realloc(block, bytes + largeHead))) {
+            if (bytes >= largePagesFrom)
+                wantLargePages(moved, bytes + largeHead);
             return moved;
+        }
         if (!again || !trim())
             return nullptr;
     }

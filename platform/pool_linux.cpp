@@ -75,6 +75,17 @@ bool lendChunk(char* base) noexcept
     return madvise(base, chunkBytes, MADV_FREE) == 0;
 }
 
+// Whole pages to both sides: the C library's mapping stays one, which it can grow in place.
+void wantLargePages(char* block, std::size_t bytes) noexcept
+{
+    const std::uintptr_t page = 4096;
+    const std::uintptr_t from = reinterpret_cast<std::uintptr_t>(block) & ~(page - 1);
+    const std::uintptr_t to = (reinterpret_cast<std::uintptr_t>(block) + bytes + page - 1) & ~(page - 1);
+    const int error = errno; // only advice
+    madvise(reinterpret_cast<void*>(from), to - from, MADV_HUGEPAGE);
+    errno = error;
+}
+
 } // namespace platform::pool
 
 #endif

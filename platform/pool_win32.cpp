@@ -119,6 +119,9 @@ bool lendChunk(char* base) noexcept
     return VirtualAlloc(base, chunkBytes, MEM_RESET, PAGE_READWRITE) != nullptr;
 }
 
+// A process needs a right of its own for them.
+void wantLargePages(char*, std::size_t) noexcept {}
+
 } // namespace platform::pool
 
 // FreeLibrary. At the end of the process all memory goes anyway.
