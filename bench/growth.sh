@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # How times grow: each operation whose input may have any length at n and 2n, up to 1,000,000. Prints a table
 # and fails when a ratio stays above 2.3.
-#   bench/growth.sh [WORD...]      operations whose names hold one of the words; all of them take 15 minutes
+#   bench/growth.sh [WORD...]      operations whose names hold one of the words; all of them take 25 minutes
 set -euo pipefail
 cd "$(dirname "$0")/.."
 tools/setup.sh bench
