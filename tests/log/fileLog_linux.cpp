@@ -4,6 +4,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/resource.h>
 #include <syslog.h>
 #include <unistd.h>
@@ -153,9 +154,14 @@ TEST(ConLog, writesToTheStreamAndColoursTerminalsOnly)
         log.writelnEntry(logInfo, "good", -1);
         dup2(saved, 2);
         close(saved);
-        char buffer[200];
-        const ssize_t n = read(master, buffer, sizeof buffer);
-        text.assign(buffer, static_cast<std::size_t>(n > 0 ? n : 0));
+        // The terminal hands its text over when it likes, and in pieces.
+        pollfd from = {master, POLLIN, 0};
+        while (text.find("good") == std::string::npos || text.back() != '\n') {
+            ASSERT_EQ(poll(&from, 1, 10000), 1) << text;
+            char buffer[200];
+            const ssize_t n = read(master, buffer, sizeof buffer);
+            text.append(buffer, static_cast<std::size_t>(n > 0 ? n : 0));
+        }
         setenv("NO_COLOR", "1", 1);
     }
     unsetenv("NO_COLOR");
