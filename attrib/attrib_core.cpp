@@ -56,10 +56,6 @@ template <class Ch> int compareFolded(const Ch* a, int na, const Ch* b, int nb) 
                 return difference;
     return na - nb;
 }
-template <class Ch> bool equalFolded(const Ch* a, int na, const Ch* b, int nb) noexcept
-{
-    return na == nb && compareFolded(a, na, b, nb) == 0;
-}
 
 } // namespace
 

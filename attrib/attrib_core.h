@@ -1,6 +1,7 @@
 #pragma once
 // The one body behind ZAttrib and ZAttribW, and what other parts of the library make attributes with.
 
+#include "attrib/name_hash.h"
 #include "platform/heap.h"
 
 #include <ztree/attributes.h>
@@ -12,16 +13,13 @@
 namespace ztree_impl {
 
 /// _stricmp and its wide twin: bytes fold by ASCII case, units by the wide case mapping (never from a unit
-/// above 127 to one below, so that hashes of folded names agree).
+/// above 127 to one below: words of ASCII are folded without it).
 int compareNames(const char* a, const char* b) noexcept;
 int compareNames(const zwchar* a, const zwchar* b) noexcept;
 int compareNames(const char* a, int na, const char* b, int nb) noexcept;
 int compareNames(const zwchar* a, int na, const zwchar* b, int nb) noexcept;
 bool equalNames(const char* a, int na, const char* b, int nb) noexcept;
 bool equalNames(const zwchar* a, int na, const zwchar* b, int nb) noexcept;
-
-/// The unit as names of wide attributes compare it.
-int foldUnit(zwchar c) noexcept;
 
 /// A new attribute in one block with its texts; the caller deletes it. Lengths in units; name and value may
 /// be null with length 0. Throws structExcept 0x84201001.

@@ -236,24 +236,7 @@ namespace {
 // The first units of a name, folded: names in order have them in order.
 std::uint64_t headOf(const char* name, int n) noexcept
 {
-    std::uint64_t bytes = 0; // the first one lowest
-    if (n >= 8) {
-        std::memcpy(&bytes, name, 8);
-    } else if (n >= 4) {
-        std::uint32_t first, last;
-        std::memcpy(&first, name, 4);
-        std::memcpy(&last, name + n - 4, 4);
-        bytes = first | std::uint64_t{last} << (8 * (n - 4));
-    } else {
-        for (int i = 0; i < n; ++i)
-            bytes |= std::uint64_t{static_cast<unsigned char>(name[i])} << (8 * i);
-    }
-    // All eight capitals at once: per byte, bit 7 of one sum says "at least A", of the other "beyond Z".
-    constexpr std::uint64_t ones = 0x0101010101010101U;
-    const std::uint64_t low = bytes & ones * 0x7F;
-    const std::uint64_t capitals =
-        ~bytes & ((low + ones * (0x80 - 'A')) ^ (low + ones * (0x7F - 'Z'))) & ones * 0x80;
-    return __builtin_bswap64(bytes | capitals >> 2);
+    return __builtin_bswap64(foldedWord(name, n));
 }
 std::uint64_t headOf(const zwchar* name, int n) noexcept
 {

@@ -1,7 +1,17 @@
 #include "attrib/name_index.h"
 
+#include <chrono>
+
 namespace ztree_impl {
 
 std::atomic_flag NameIndex::s_busy = ATOMIC_FLAG_INIT;
+
+// The time, and where the system put the stack and the library.
+const std::uint64_t nameSeed = [] {
+    const auto now = std::chrono::high_resolution_clock::now().time_since_epoch().count();
+    const std::uint64_t stack = reinterpret_cast<std::uintptr_t>(&now);
+    const std::uint64_t library = reinterpret_cast<std::uintptr_t>(&nameSeed);
+    return mixed(static_cast<std::uint64_t>(now) ^ stack << 20, library | 1);
+}();
 
 } // namespace ztree_impl

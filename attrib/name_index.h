@@ -2,9 +2,8 @@
 // Finds the first of many named entries by the hash of its name. Kept beside an ordered list of entries,
 // which stays the only truth: a hash only says where to look.
 
+#include "attrib/name_hash.h"
 #include "platform/heap.h"
-
-#include <ztree/types.h>
 
 #include <algorithm>
 #include <atomic>
@@ -13,23 +12,6 @@
 #include <thread>
 
 namespace ztree_impl {
-
-/// Hash of a name folded by ASCII case. Names that compare equal ignoring case must hash alike: units
-/// above 127 count as one value, since wide names fold some of them too.
-template <class Ch> inline std::uint32_t foldedHash(const Ch* name, int n) noexcept
-{
-    std::uint32_t h = 2166136261u;
-    for (int i = 0; i < n; ++i) {
-        std::uint32_t c =
-            sizeof(Ch) == 1 ? static_cast<unsigned char>(name[i]) : static_cast<std::uint16_t>(name[i]);
-        if (c - 'A' < 26u)
-            c |= 0x20;
-        else if (c > 127)
-            c = 128;
-        h = (h ^ c) * 16777619u;
-    }
-    return h ^ (h >> 15);
-}
 
 /// Hash chains over the entries 0 to n - 1 of a list, each chain in list order. Whoever changes the name
 /// of an entry that stands in the chains, or the order of the list, calls forget(); appending needs nothing,

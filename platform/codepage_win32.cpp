@@ -115,7 +115,11 @@ zwchar lowerUnit(zwchar c) noexcept
 {
     if (c < 0x80)
         return c >= 'A' && c <= 'Z' ? static_cast<zwchar>(c + 0x20) : c;
-    return mapUnit(LCMAP_LOWERCASE, c);
+    static std::atomic<zwchar> known[0x10000]; // by unit; 0 until the system was asked
+    zwchar lower = known[c].load(std::memory_order_relaxed);
+    if (lower == 0)
+        known[c].store(lower = mapUnit(LCMAP_LOWERCASE, c), std::memory_order_relaxed);
+    return lower;
 }
 
 } // namespace platform

@@ -451,12 +451,8 @@ template <class Ch> static std::uint64_t headOf(const Ch* name, int n) noexcept
 {
     constexpr int units = 8 / sizeof(Ch);
     std::uint64_t head = 0;
-    for (int i = 0; i < units; ++i) {
-        const std::uint64_t unit = i >= n            ? 0
-                                   : sizeof(Ch) == 1 ? static_cast<unsigned char>(name[i])
-                                                     : name[i];
-        head = head << (8 * sizeof(Ch)) | unit;
-    }
+    for (int i = 0; i < units; ++i)
+        head = head << (8 * sizeof(Ch)) | (i < n ? static_cast<std::make_unsigned_t<Ch>>(name[i]) : 0U);
     return head;
 }
 

@@ -124,6 +124,19 @@ template <class T> void building(Cases& add)
     });
 }
 
+/// i in Cyrillic letters, as many for each number.
+template <class Ch> Text<Ch> cyrillic(int i)
+{
+    Text<Ch> out;
+    for (int n = 0; n < 7; ++n, i /= 10) {
+        if (sizeof(Ch) == 1)
+            out += {static_cast<Ch>(0xD0), static_cast<Ch>(0xB0 + i % 10)}; // UTF-8
+        else
+            out += static_cast<Ch>(0x430 + i % 10);
+    }
+    return out;
+}
+
 template <class T> void finding(Cases& add)
 {
     using Ch = typename T::Ch;
@@ -144,6 +157,15 @@ template <class T> void finding(Cases& add)
     among("getChild by name, n times", [](Tree&, Branch& root, const All& all) {
         for (const auto& name : all)
             check(root.getChild(name.c_str()) != nullptr, "found");
+    });
+    add("getChild by name, in Cyrillic letters", [](int n) {
+        Branch root(text<Ch>("root").c_str());
+        for (int i = 0; i < n; ++i)
+            root.addChild(Branch(cyrillic<Ch>(i).c_str()), nullptr, false);
+        return once([&] {
+            for (int i = 0; i < n; ++i)
+                check(root.findChild(cyrillic<Ch>(i).c_str()) == i, "found");
+        });
     });
     among("look up and add, by turns", [](Tree&, Branch& root, const All& all) {
         for (const auto& name : all) {
