@@ -455,7 +455,7 @@ char* resizeLarge(char* block, std::size_t bytes) noexcept
         return nullptr;
     for (bool again = true;; again = false) {
         if (char* moved = static_cast<char*>(std::realloc(block, bytes + largeHead))) {
-            if (bytes >= largePagesFrom)
+            if (!block && bytes >= largePagesFrom) // one that grows would have to be split to move
                 wantLargePages(moved, bytes + largeHead);
             return moved;
         }

@@ -18,7 +18,7 @@ void unmapChunk(char* base) noexcept;
 /// The system may take the memory, but not the addresses, until the chunk is written to again. False: it
 /// does not want to.
 bool lendChunk(char* base) noexcept;
-/// A large block of the C library's has been made or moved.
+/// A large block of the C library's has been made.
 void wantLargePages(char* block, std::size_t bytes) noexcept;
 
 // --- done for the system: pool.cpp ---
