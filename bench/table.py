@@ -118,23 +118,20 @@ class Result:
 
 
 def load(paths):
-    found, single = {}, {}
+    """The median of all runs of a benchmark."""
+    runs = {}
     for path in paths:
         prefix, _, path = path.rpartition(":")
         with open(path) as f:
             for entry in json.load(f)["benchmarks"]:
-                if entry.get("error_occurred"):
+                if entry.get("error_occurred") or entry.get("run_type") == "aggregate":
                     continue
                 name = entry.get("run_name", entry["name"])
                 for tail in ("/iterations:", "/manual_time", "/real_time", "/repeats:", "/min_time:"):
                     name = name.split(tail)[0]
                 name = prefix + ":" + name if prefix else name
-                if entry.get("run_type") == "aggregate":
-                    if entry["aggregate_name"] == "median":
-                        found[name] = Result(entry)
-                else:
-                    single.setdefault(name, Result(entry))
-    return {**single, **found}
+                runs.setdefault(name, []).append(Result(entry))
+    return {name: sorted(results, key=lambda r: r.nanoseconds)[len(results) // 2] for name, results in runs.items()}
 
 
 def judge(ours, bound, results):
