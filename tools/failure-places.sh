@@ -47,7 +47,7 @@ explained() {
             allowed=3 ;; # the first entry of a stack has its room
         *adopt* | *linkChild* | *insertChildren* | *valueToChild* | *removeBranches* | *"BranchCore<"*">::create("*)
             allowed=3 ;; # the list has made room before
-        *replaceAttrib* | *AttribListCore*::find* | *BranchCore*::findChild* | *mCsvReader::bindNames*)
+        *replaceAttrib* | *AttribListCore*::find* | *BranchCore*::findChild* | *mCsvReader::bindNames* | *NameIndex::makeRoom*)
             allowed=2 ;; # the second block, after the first failed too
         *"GrowingText<"* | *"ColumnForm<"* | *mCsvBuffer::createLine* | *mCsvWriter::write*)
             allowed=24 ;; # growing once more, or at a column without a value, where the line had room for it
