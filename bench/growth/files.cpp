@@ -128,7 +128,7 @@ void delimited(Cases& add)
                 check(reader.read(&record) == 1 && record == n - 1, "read");
             });
         },
-        32'000);
+        64'000);
     add.group("csvBuffer");
     add(
         "field order and definitions",
