@@ -172,35 +172,36 @@ template <class Ch> Ch* findQuote(Ch* p, Ch* end) noexcept
     return found ? const_cast<Ch*>(found) : end;
 }
 
-/// Finds the end of the column at `at`, which moves behind what ended it (behind the CR of a CR LF).
-template <class Ch> RawColumn<Ch> findColumn(Ch*& at, Ch* end, const RecordRules<Ch>& rules) noexcept
+/// From p, inside quotes, to behind the closing quote; false when the data ends before it.
+template <class Ch>
+bool passQuotes(Ch*& p, Ch* end, RawColumn<Ch>& column, const RecordRules<Ch>& rules) noexcept
 {
-    RawColumn<Ch> column = {at, end, false, QuoteFault::none, Ending::data};
-    const auto isEnd = [&rules](Ch c) { return c == rules.separator || isLineEnd(c); };
-    Ch* p = at;
-    if (p != end && *p == '"' && rules.separator != '"') {
-        column.text = ++p;
-        for (;;) {
-            p = findQuote(p, end);
-            if (p == end) {
-                column.fault = QuoteFault::unclosed;
-                at = end;
-                return column;
-            }
-            if (p + 1 == end || p[1] != '"')
-                break;
-            column.pairs = true;
-            p += 2;
+    for (;;) {
+        p = findQuote(p, end);
+        if (p == end) {
+            column.fault = QuoteFault::unclosed;
+            return false;
         }
-        column.end = p++;
-        if (p != end && !isEnd(*p)) {
-            column.fault = QuoteFault::textBehind;
-            column.pairs = true;
-        }
+        if (p + 1 == end || p[1] != '"')
+            break;
+        column.pairs = true;
+        p += 2;
     }
+    column.end = p++;
+    if (p != end && *p != rules.separator && !isLineEnd(*p)) {
+        column.fault = QuoteFault::textBehind;
+        column.pairs = true;
+    }
+    return true;
+}
+
+/// From p, outside of quotes, to what ends the column that began at `at`, which moves behind it.
+template <class Ch>
+void passText(Ch*& at, Ch* p, Ch* end, RawColumn<Ch>& column, const RecordRules<Ch>& rules) noexcept
+{
     for (;; ++p) {
         p = const_cast<Ch*>(rules.ends.find(p, end));
-        if (p == end || isEnd(*p))
+        if (p == end || *p == rules.separator || isLineEnd(*p))
             break;
         if (column.fault == QuoteFault::none)
             column.fault = QuoteFault::stray;
@@ -212,6 +213,44 @@ template <class Ch> RawColumn<Ch> findColumn(Ch*& at, Ch* end, const RecordRules
         column.ending = isLineEnd(*p) ? Ending::line : Ending::separator;
         ++at;
     }
+}
+
+/// Finds the end of the column at `at`, which moves behind what ended it (behind the CR of a CR LF).
+template <class Ch> RawColumn<Ch> findColumn(Ch*& at, Ch* end, const RecordRules<Ch>& rules) noexcept
+{
+    RawColumn<Ch> column = {at, end, false, QuoteFault::none, Ending::data};
+    Ch* p = at;
+    if (p != end && *p == '"' && rules.separator != '"') {
+        column.text = ++p;
+        if (!passQuotes(p, end, column, rules)) {
+            at = end;
+            return column;
+        }
+    }
+    passText(at, p, end, column, rules);
+    return column;
+}
+
+/// The same for a column of which findColumn() or findMore() said `column` when the data ended at `seen`,
+/// behind `at`; now there is more.
+template <class Ch>
+RawColumn<Ch> findMore(Ch*& at, Ch* seen, Ch* end, const RecordRules<Ch>& rules,
+                       RawColumn<Ch> column) noexcept
+{
+    const bool isOpen = column.fault == QuoteFault::unclosed;
+    Ch* p = seen;
+    if (isOpen || (column.text != at && column.fault == QuoteFault::none)) {
+        if (isOpen)
+            column.fault = QuoteFault::none;
+        else
+            p = column.end; // a quote was the last of the data: it closes, or is one of a pair
+        column.end = end;
+        if (!passQuotes(p, end, column, rules)) {
+            at = end;
+            return column;
+        }
+    }
+    passText(at, p, end, column, rules);
     return column;
 }
 

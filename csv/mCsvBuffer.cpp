@@ -207,9 +207,14 @@ int mCsvBuffer::placeOf(zwchar id) noexcept
     const int count = m_order.length();
     while (m_rising < count && (m_rising == 0 || ids[m_rising] > ids[m_rising - 1]))
         ++m_rising;
+    // Definitions come in order as a rule; where identifiers rise, each is there once.
+    if (m_placed < m_rising && ids[m_placed] == id)
+        return m_placed++;
     const zwchar* const found = std::lower_bound(ids, ids + m_rising, id);
-    if (found != ids + m_rising && *found == id)
-        return static_cast<int>(found - ids);
+    if (found != ids + m_rising && *found == id) {
+        m_placed = static_cast<int>(found - ids) + 1;
+        return m_placed - 1;
+    }
     const std::size_t place =
         scan::unit(ids, static_cast<std::size_t>(m_rising), static_cast<std::size_t>(count), id);
     return place == scan::none ? -1 : static_cast<int>(place);

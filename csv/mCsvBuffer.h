@@ -94,6 +94,7 @@ private:
     int m_slotCount = 0;
     ZStringW m_order; // identifiers
     int m_rising = 0; // so many of them, from the first on, are known to rise
+    int m_placed = 0; // behind the place that was found last
     unsigned short m_parameters[parameters] = {};
 
     platform::HeapPtr<zwchar> m_data;

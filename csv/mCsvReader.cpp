@@ -1,6 +1,6 @@
 #include "csv/mCsvReader.h"
 
-#include "attrib/name_index.h"
+#include "attrib/name_hash.h"
 
 #include <ztree/runtime.h>
 
@@ -69,6 +69,51 @@ unsigned readText(void* context, char* buffer, std::size_t room, std::size_t* go
     return 0;
 }
 
+std::uint32_t hashOfName(std::string_view text) noexcept
+{
+    return foldedHash(text.data(), static_cast<int>(std::min<std::size_t>(text.size(), INT_MAX)));
+}
+
+// The columns of a header by their names, of equal ones the first. Chains are built from the last column to
+// the first, so that one number a chain is enough: of 65,535 columns all of them stay in a cache.
+class ColumnsByName {
+public:
+    bool isBuilt() const noexcept { return static_cast<bool>(m_first); }
+    bool build(const mCsvReader& reader) noexcept
+    {
+        const auto count = static_cast<std::size_t>(reader.names());
+        std::size_t chains = 16;
+        while (chains < count * 2)
+            chains *= 2;
+        m_first.reset(platform::allocArray<std::int32_t>(chains + count));
+        if (!m_first)
+            return false;
+        std::fill_n(m_first.get(), chains, -1);
+        m_next = m_first.get() + chains;
+        m_mask = chains - 1;
+        for (std::size_t i = count; i-- > 0;) {
+            std::int32_t& first = m_first[hashOfName(reader.name(static_cast<int>(i))) & m_mask];
+            m_next[i] = first;
+            first = static_cast<std::int32_t>(i);
+        }
+        return true;
+    }
+    /// Its hash is going to be looked for soon.
+    void fetch(std::uint32_t hash) const noexcept { __builtin_prefetch(&m_first[hash & m_mask]); }
+    int find(const mCsvReader& reader, std::uint32_t hash, std::string_view wanted) const noexcept
+    {
+        std::int32_t i = m_first[hash & m_mask];
+        while (i >= 0 && reader.name(i) != wanted)
+            i = m_next[i];
+        return i;
+    }
+
+private:
+    platform::HeapPtr<std::int32_t> m_first; // of each chain, -1 where there is none
+    std::int32_t* m_next = nullptr;          // in the same block
+    std::size_t m_mask = 0;
+};
+
 } // namespace
 
 mCsvReader::mCsvReader(const csvBuffer& settings) : m_fields(mCsvAccess::of(m_settings))
@@ -120,6 +165,7 @@ int mCsvReader::bind(unsigned short id, std::string_view name)
     platform::heapFree(binding.name);
     binding.name = copy;
     binding.nameLength = name.size();
+    binding.hash = hashOfName(name);
     binding.column = -1;
     for (int i = 0; i < m_bindingCount && !m_byName; ++i)
         m_bindings[i].column = -1;
@@ -205,6 +251,24 @@ int mCsvReader::progress(bool always) noexcept
     return progressCall(progressContext, m_done, m_total) ? 0 : stopped;
 }
 
+// What is known of a record whose data have not all come moves with them.
+void mCsvReader::moveParts(const char* from, char* to) noexcept
+{
+    if (!m_goOn)
+        return;
+    const auto move = [from, to](char*& p) { p = to + (p - from); };
+    move(m_goOn);
+    move(m_seen);
+    for (int i = 0; i < m_cut; ++i) {
+        move(m_cells[i].text);
+        move(m_cells[i].end);
+    }
+    if (m_part.text) {
+        move(m_part.text);
+        move(m_part.end);
+    }
+}
+
 // Reads on behind what is left from `keep` on, which becomes the start of the buffer.
 int mCsvReader::fill(char* keep) noexcept
 {
@@ -219,11 +283,13 @@ int mCsvReader::fill(char* keep) noexcept
             return noMemory;
         if (kept)
             std::memcpy(fresh, keep, kept);
+        moveParts(keep, fresh);
         platform::heapFree(m_buffer);
         m_buffer = fresh;
         m_room = wanted;
     } else if (kept && keep != m_buffer) {
         std::memmove(m_buffer, keep, kept);
+        moveParts(keep, m_buffer);
     }
     m_at = m_buffer;
     m_end = m_buffer + kept;
@@ -276,6 +342,7 @@ bool mCsvReader::cutPlain(char*& p) noexcept
     const __m128i quotes = _mm_set1_epi8('"');
     const __m128i returns = _mm_set1_epi8('\r');
     const __m128i feeds = _mm_set1_epi8('\n');
+    const std::uint32_t lines = m_lines;
     char* begin = p;
     for (char* at = p; at < m_end;) {
         const __m128i block =
@@ -287,9 +354,10 @@ bool mCsvReader::cutPlain(char*& p) noexcept
             char* const split = at + __builtin_ctz(hits);
             if (split >= m_end || *split == '"' || m_count == m_cellRoom)
                 return false;
-            m_cells[m_count++] = {begin, split, 0, false, QuoteFault::none, false};
+            m_cells[m_count++] = {begin, split, lines, false, QuoteFault::none, false};
             p = begin = split + 1;
             if (isLineEnd(*split)) {
+                m_line += lines;
                 countLineEnd(*split);
                 return true;
             }
@@ -300,107 +368,133 @@ bool mCsvReader::cutPlain(char*& p) noexcept
     return false;
 }
 
-// Cuts from p to the end of the record. False when the data ends before it does; `ok` without memory.
-bool mCsvReader::cutRecord(char*& p, bool& ok) noexcept
+// Cuts on to the end of the record. False when the data ends before it does; `ok` without memory.
+bool mCsvReader::cutRecord(bool& ok) noexcept
 {
-    if (cutPlain(p))
-        return true;
-    std::uint32_t lines = 0;
+    char* p = m_goOn;
+    bool isPlain = m_seen == p;
+    char* seen = isPlain ? nullptr : m_seen;
     for (;;) {
+        if (isPlain && cutPlain(p)) {
+            m_goOn = p;
+            return true;
+        }
         char* const begin = p;
-        const RawColumn<char> raw = findColumn(p, m_end, m_recordRules);
-        if (raw.ending == Ending::data && !m_ended)
+        const RawColumn<char> raw =
+            seen ? findMore(p, seen, m_end, m_recordRules, m_part) : findColumn(p, m_end, m_recordRules);
+        if (raw.ending == Ending::data && !m_ended) {
+            m_goOn = begin;
+            m_seen = m_end;
+            m_part = raw;
             return false;
+        }
+        isPlain = seen || m_count == m_cellRoom; // which may be all that stopped cutPlain()
+        seen = nullptr;
         Cell* cell = addCell();
         if (!cell) {
+            m_goOn = m_seen = begin;
             ok = false;
             return true;
         }
-        *cell = {raw.text, raw.end, lines, raw.text != begin, raw.fault, raw.pairs};
+        *cell = {raw.text, raw.end, m_lines, raw.text != begin, raw.fault, raw.pairs};
         m_faults |= raw.fault != QuoteFault::none;
         if (raw.text != begin)
-            lines += lineEndsIn(raw.text, raw.end);
+            m_lines += lineEndsIn(raw.text, raw.end);
         if (raw.ending != Ending::separator) {
-            m_line += lines;
+            m_line += m_lines;
             if (raw.ending == Ending::line)
                 countLineEnd(p[-1]);
+            m_goOn = p;
             return true;
         }
     }
 }
 
-bool mCsvReader::cutLine(char*& p, bool& ok) noexcept
+bool mCsvReader::cutLine(bool& ok) noexcept
 {
     static const FewDelimiters<char> lineEnds("\r\n");
-    char* const end = const_cast<char*>(lineEnds.find(p, m_end));
+    char* const end = const_cast<char*>(lineEnds.find(m_seen, m_end));
+    m_seen = end;
     if (end == m_end && !m_ended)
         return false;
-    while (p != end && m_lineRules.splits.count() > 0) {
+    while (m_goOn != end && m_lineRules.splits.count() > 0) {
         Cell* cell = addCell();
         if (!cell) {
-            m_goOn = p;
             ok = false;
             return true;
         }
-        char* const begin = p;
-        const Column<char> column = cutColumn(p, end, m_lineRules);
+        char* const begin = m_goOn;
+        const Column<char> column = cutColumn(m_goOn, end, m_lineRules);
         *cell = {begin, column.end, 0, false, QuoteFault::none, false};
     }
     m_openEnd = end != m_at && end[-1] == m_lineRules.separator;
-    p = end;
-    if (p != m_end)
-        countLineEnd(*p++);
+    m_goOn = end;
+    if (m_goOn != m_end)
+        countLineEnd(*m_goOn++);
     return true;
 }
 
-// Cuts the next record: 1, 0 at the end; 2: it was cut before.
+// Goes to the start of the next record: 1; 0 at the end.
+int mCsvReader::beginRecord() noexcept
+{
+    m_count = 0;
+    m_faults = m_openEnd = false;
+    for (;;) {
+        if (m_done >= 3 || m_ended) { // a byte-order mark may come in pieces
+            if (m_recordOffset == 0 && m_at == m_buffer && m_done >= 3 &&
+                m_done == static_cast<std::uint64_t>(m_end - m_at) && page == platform::codepageUtf8 &&
+                std::memcmp(m_at, "\xEF\xBB\xBF", 3) == 0)
+                m_at += 3;
+            passLineEnds();
+            if (m_at != m_end)
+                break;
+            if (m_ended)
+                return 0;
+        }
+        if (const int result = fill(m_at))
+            return result;
+    }
+    m_goOn = m_seen = m_at;
+    m_part = {};
+    m_lines = 0;
+    m_cut = 0;
+    m_afterCr = false;
+    return 1;
+}
+
+// Cuts the next record: 1, 0 at the end; 2: it was cut before. Each byte is looked at once, into however
+// many pieces the source cuts the record.
 int mCsvReader::cut() noexcept
 {
     if (m_again) {
         m_again = false;
         return 2;
     }
-    if (!m_goOn)
+    if (!m_isOpen) {
         m_count = 0;
-    if (!m_isOpen)
         return badArgument;
+    }
+    if (!m_goOn)
+        if (const int result = beginRecord(); result <= 0)
+            return result;
     for (;;) {
-        if (m_done < 3 && !m_ended) { // a byte-order mark may come in pieces
-            if (const int result = fill(m_at))
-                return result;
-            if (m_done < 3 && !m_ended)
-                continue;
-        }
-        if (m_recordOffset == 0 && m_at == m_buffer && m_done >= 3 &&
-            m_done == static_cast<std::uint64_t>(m_end - m_at) && page == platform::codepageUtf8 &&
-            std::memcmp(m_at, "\xEF\xBB\xBF", 3) == 0)
-            m_at += 3;
-        passLineEnds();
-        if (m_at == m_end && m_ended)
-            return 0;
-        if (!m_goOn)
-            m_count = 0;
-        m_faults = m_openEnd = false;
-        char* p = m_goOn ? m_goOn : m_at;
         bool ok = true;
         const std::uint64_t line = m_line;
-        const bool afterCr = m_afterCr;
-        m_afterCr = false;
-        if (m_at != m_end && (m_quoting ? cutRecord(p, ok) : cutLine(p, ok))) {
-            if (!ok) {
-                m_line = line;
-                m_afterCr = afterCr;
-                return noMemory;
+        m_count = m_cut;
+        if (m_quoting ? cutRecord(ok) : cutLine(ok)) {
+            if (ok) {
+                m_recordLine = line;
+                m_recordOffset = m_done - static_cast<std::uint64_t>(m_end - m_at);
+                m_record = m_at;
+                m_at = m_goOn;
+                m_goOn = nullptr;
+                return 1;
             }
-            m_goOn = nullptr;
-            m_recordLine = line;
-            m_recordOffset = m_done - static_cast<std::uint64_t>(m_end - m_at);
-            m_record = m_at;
-            m_at = p;
-            return 1;
         }
-        m_afterCr = afterCr;
+        m_cut = m_count;
         m_count = 0;
+        if (!ok)
+            return noMemory;
         if (const int result = fill(m_at))
             return result;
     }
@@ -574,22 +668,16 @@ int mCsvReader::keepNames() noexcept
 int mCsvReader::bindNames() noexcept
 {
     int result = 0;
-    const auto hashOf = [](std::string_view text) {
-        return foldedHash(text.data(), static_cast<int>(std::min<std::size_t>(text.size(), 256)));
-    };
-    NameIndex columns;
+    ColumnsByName columns;
     for (int b = 0; b < m_bindingCount && m_byName; ++b) {
         Binding& binding = m_bindings[b];
         binding.column = -1;
         if (!binding.name)
             continue;
-        const std::string_view wanted(binding.name, binding.nameLength);
-        const auto enter = [&](int i, std::uint32_t& hash) {
-            hash = hashOf(name(i));
-            return true;
-        };
-        binding.column =
-            columns.find(m_nameCount, hashOf(wanted), enter, [&](int i) { return name(i) == wanted; });
+        if (!columns.isBuilt() && !columns.build(*this))
+            return noMemory;
+        columns.fetch(m_bindings[std::min(b + 8, m_bindingCount - 1)].hash);
+        binding.column = columns.find(*this, binding.hash, {binding.name, binding.nameLength});
         if (binding.column >= 0)
             continue;
         result = notFound;
@@ -604,12 +692,12 @@ int mCsvReader::readHeader()
     const int found = cut();
     if (found <= 0)
         return found;
-    const int kept = keepNames();
-    if (kept != 0) {
+    int result = keepNames();
+    if (result == 0)
+        result = bindNames();
+    if (result == noMemory) {
         m_again = true;
         m_nextBinding = 0;
-        return kept;
     }
-    const int bound = bindNames();
-    return bound ? bound : 1;
+    return result ? result : 1;
 }

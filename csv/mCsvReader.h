@@ -62,18 +62,21 @@ private:
         int column; // -1: none
         char* name; // null: by place
         std::size_t nameLength;
+        std::uint32_t hash; // of the name
     };
 
     int begin() noexcept;
     int prepare() noexcept;
     int fill(char* keep) noexcept;
+    void moveParts(const char* from, char* to) noexcept;
     int progress(bool always) noexcept;
     void passLineEnds() noexcept;
     void countLineEnd(char c) noexcept;
+    int beginRecord() noexcept;
     int cut() noexcept;
-    bool cutRecord(char*& p, bool& ok) noexcept;
+    bool cutRecord(bool& ok) noexcept;
     bool cutPlain(char*& p) noexcept;
-    bool cutLine(char*& p, bool& ok) noexcept;
+    bool cutLine(bool& ok) noexcept;
     Cell* addCell() noexcept;
     void takeQuotesOut(Cell& cell) noexcept;
     bool report(int column, Reason reason, const Binding* binding) noexcept;
@@ -123,9 +126,15 @@ private:
 
     // Where a call that found no memory goes on when it is repeated: nothing is lost, and columns whose
     // escapes were resolved in place are not looked at again.
-    bool m_again = false;   // the record that was cut last is still to be taken
-    int m_nextBinding = 0;  // of that record
-    char* m_goOn = nullptr; // in a line of which m_count columns are cut
+    bool m_again = false;  // the record that was cut last is still to be taken
+    int m_nextBinding = 0; // of that record
+
+    // A record that is cut in part, because its data or memory ran out.
+    char* m_goOn = nullptr;                  // the column to go on with; null: no record was begun
+    char* m_seen = nullptr;                  // the data behind m_goOn is known so far
+    ztree_impl::RawColumn<char> m_part = {}; // what is known of that column
+    std::uint32_t m_lines = 0;               // line ends in the columns before it
+    int m_cut = 0;                           // columns before it
 
     char* m_names = nullptr; // one behind the other
     std::size_t* m_nameEnds = nullptr;

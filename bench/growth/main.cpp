@@ -113,30 +113,31 @@ void measure(const Case& c, int rounds, double effort, Result& result)
 }
 
 // Where data outgrow a cache the time leaps once and then doubles again; a time that grows faster than its
-// input stays above the limit, or rises. So go on doubling until one is below it.
+// input stays above the limit, or rises. So go on doubling until two doublings in a row are below it.
 bool isLeapOfCaches(const Case& c, Result& result)
 {
     if (c.most < 1'000'000)
         return false;
-    double half = 0, whole = result.seconds();
-    double ratio = result.ratio[doublings - 1];
+    std::vector<double> times(result.times, result.times + doublings + 1);
+    const auto ratio = [&times](std::size_t before) {
+        return times.size() > before + 1 ? times[times.size() - 1 - before] / times[times.size() - 2 - before]
+                                         : 0;
+    };
+    const auto isEven = [&ratio] { return ratio(0) <= limit && ratio(1) <= limit; };
     int n = c.most;
-    while (ratio > limit && 2 * n <= furthest && whole < patience) {
+    while (!isEven() && 2 * n <= furthest && times.back() < patience) {
         n *= 2;
         c.run(n); // what touches memory first pays for a virtual machine's host
-        half = whole;
-        whole = least(c, n, 0.05);
-        ratio = whole / half;
+        times.push_back(least(c, n, 0.1));
+        // A busy machine shares its caches and memory.
+        for (int again = 0; again < 3 && ratio(0) > limit; ++again)
+            for (std::size_t i = times.size() - 2; i < times.size(); ++i)
+                times[i] = std::min(times[i], least(c, n >> (times.size() - 1 - i), 0.2));
     }
-    for (int i = 0; i < 3 && ratio > limit && n > c.most; ++i) { // a busy machine shares its memory
-        half = std::min(half, least(c, n / 2, 0.2));
-        whole = std::min(whole, least(c, n, 0.2));
-        ratio = whole / half;
-    }
-    char text[48];
-    std::snprintf(text, sizeof text, "caches: %.2f at %d", ratio, n);
+    char text[64];
+    std::snprintf(text, sizeof text, "caches: %.2f %.2f up to %d", ratio(1), ratio(0), n);
     result.note = text;
-    return ratio <= limit || whole / n < memorySpeed;
+    return isEven() || times.back() / n < memorySpeed;
 }
 
 Result judge(const Case& c)

@@ -32,12 +32,29 @@ void define(csvBuffer& buffer, int count, unsigned short dialect = csvDialectRfc
             ztree::fieldAt<csvField>(ids[i], static_cast<std::size_t>(i) * 16, 16, csvFlagTerminated));
 }
 
-/// Reads with pieces of this size.
-Rows rowsOf(const std::string& text, std::size_t piece, const csvBuffer& settings)
+/// Delivers a few bytes at a time.
+struct Dribble {
+    std::string_view left;
+    std::size_t step;
+    unsigned fault = 0; // once all was delivered
+
+    static unsigned read(void* context, char* to, std::size_t room, std::size_t* got)
+    {
+        auto& d = *static_cast<Dribble*>(context);
+        *got = d.left.copy(to, std::min(room, d.step));
+        d.left.remove_prefix(*got);
+        return *got ? 0 : d.fault;
+    }
+};
+
+/// Reads with pieces of this size, from a source that gives `step` bytes a call.
+Rows rowsOf(const std::string& text, std::size_t piece, const csvBuffer& settings,
+            std::size_t step = SIZE_MAX)
 {
+    Dribble source = {text, step};
     ztree::CsvReader reader(settings);
     reader.setPiece(piece);
-    EXPECT_EQ(reader.openText(text), 0);
+    EXPECT_EQ(reader.open(&Dribble::read, &source), 0);
     Rows rows;
     int result;
     while ((result = reader.readColumns()) > 0) {
@@ -155,8 +172,11 @@ TEST(csvRecords, rulesOfTheFormat)
     define(quoted, 6, csvDialectRfcQuoted);
     for (const Rule& rule : rules()) {
         SCOPED_TRACE(rule.rule);
-        for (const std::size_t piece : {16u, 17u, 19u, 4096u})
+        for (const std::size_t piece : {16u, 17u, 19u, 4096u}) {
             EXPECT_EQ(rowsOf(rule.text, piece, buffer), rule.rows) << piece;
+            EXPECT_EQ(rowsOf(rule.text, piece, buffer, 1), rule.rows) << piece;
+            EXPECT_EQ(rowsOf(rule.text, piece, buffer, 3), rule.rows) << piece;
+        }
         csvBuffer scan(buffer);
         EXPECT_EQ(rowsOfBuffer(rule.text, scan), rule.rows);
         const std::string again = written(rule.rows, buffer);
@@ -187,8 +207,10 @@ TEST(csvRecords, linesOfTheOtherDialectInPieces)
     buffer.setParameter(csvParamQuote, 1);
     const std::string text = "a,b%2Cc,\"d,e\"\r\n\r\n%C3%E4,\"x\"\"y\"\rlast,";
     const Rows rows = {{"a", "b,c", "d,e"}, {"\xC3\x83\xC3\xA4", "x\"y"}, {"last"}};
-    for (const std::size_t piece : {16u, 23u, 4096u})
+    for (const std::size_t piece : {16u, 23u, 4096u}) {
         EXPECT_EQ(rowsOf(text, piece, buffer), rows);
+        EXPECT_EQ(rowsOf(text, piece, buffer, 1), rows);
+    }
     EXPECT_EQ(rowsOfBuffer(text, buffer), rows);
 }
 
@@ -324,40 +346,37 @@ TEST(csvReader, sourcesLimitsAndProgress)
 {
     csvBuffer buffer;
     define(buffer, 2);
-    struct Dribble { // a byte at a time
-        std::string text;
-        std::size_t at;
-    } dribble = {"\xEF\xBB\xBFone,two\r\nthree,four", 0};
-    const auto source = [](void* context, char* to, std::size_t room, std::size_t* got) -> unsigned {
-        auto& d = *static_cast<Dribble*>(context);
-        *got = d.at < d.text.size() && room ? 1 : 0;
-        if (*got)
-            *to = d.text[d.at++];
-        return d.text[0] == '!' ? 1117 : 0;
-    };
+    const std::string_view text = "\xEF\xBB\xBFone,two\r\nthree,four";
+    Dribble dribble = {text, 1};
     ztree::CsvReader reader(buffer);
     std::uint64_t last = 0;
     int calls = 0;
     auto progress = [&](std::uint64_t done, std::uint64_t total) {
-        EXPECT_EQ(total, dribble.text.size());
+        EXPECT_EQ(total, text.size());
         EXPECT_GE(done, last);
         last = done;
         return ++calls < 100;
     };
     reader.onProgress(progress, 5);
     Names names = {};
-    EXPECT_EQ(reader.open(source, &dribble, dribble.text.size()), 0);
+    EXPECT_EQ(reader.open(&Dribble::read, &dribble, text.size()), 0);
     EXPECT_EQ(reader.read(&names), 1);
     EXPECT_EQ(reader.offset(), 3u);
     EXPECT_STREQ(names.column[0], "one");
     EXPECT_EQ(reader.read(&names), 1);
     EXPECT_STREQ(names.column[1], "four");
     EXPECT_EQ(reader.read(&names), 0);
-    EXPECT_EQ(last, dribble.text.size());
+    EXPECT_EQ(last, text.size());
     EXPECT_EQ(calls, 5);
-    dribble = {"!", 0};
-    reader.open(source, &dribble);
-    EXPECT_EQ(reader.read(&names), static_cast<int>(0x80070000u + 1117));
+    dribble = {"five,\"six\"", 4, 1117};
+    ztree::CsvReader again(buffer);
+    again.open(&Dribble::read, &dribble);
+    EXPECT_EQ(again.read(&names), static_cast<int>(0x80070000u + 1117));
+    EXPECT_EQ(again.columns(), 0);
+    dribble = {"\" behind\"\n", 4}; // goes on where the fault was
+    EXPECT_EQ(again.read(&names), 1);
+    EXPECT_STREQ(names.column[0], "five");
+    EXPECT_STREQ(names.column[1], "six\" behind");
     reader.setLongestRecord(1000);
     const std::string open = "\"" + std::string(5000, 'x'); // quotes that stay open must not take all memory
     ztree::CsvReader bounded(buffer);
