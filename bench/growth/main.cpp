@@ -5,7 +5,7 @@
 #include "growth.h"
 
 #include <algorithm>
-#include <climits>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -112,32 +112,41 @@ void measure(const Case& c, int rounds, double effort, Result& result)
         result.ratio[i] = result.times[i + 1] / result.times[i];
 }
 
-// Where data outgrow a cache the time leaps once and then doubles again; a time that grows faster than its
-// input stays above the limit, or rises. So go on doubling until two doublings in a row are below it.
+// Where data outgrow a cache the time leaps and then doubles again; a time that grows faster than its input
+// goes on doing so. So two doublings in a row, somewhere behind the last one above the limit, must not be
+// above it together. Together, since tables that double make the odd ones dearer.
 bool isLeapOfCaches(const Case& c, Result& result)
 {
     if (c.most < 1'000'000)
         return false;
+    const int first = c.most >> doublings;
+    std::size_t leap = doublings; // the size behind it
+    while (result.ratio[leap - 1] <= limit)
+        --leap;
     std::vector<double> times(result.times, result.times + doublings + 1);
-    const auto ratio = [&times](std::size_t before) {
-        return times.size() > before + 1 ? times[times.size() - 1 - before] / times[times.size() - 2 - before]
-                                         : 0;
-    };
-    const auto isEven = [&ratio] { return ratio(0) <= limit && ratio(1) <= limit; };
-    int n = c.most;
-    while (!isEven() && 2 * n <= furthest && times.back() < patience) {
-        n *= 2;
-        c.run(n); // what touches memory first pays for a virtual machine's host
-        times.push_back(least(c, n, 0.1));
-        // A busy machine shares its caches and memory.
-        for (int again = 0; again < 3 && ratio(0) > limit; ++again)
-            for (std::size_t i = times.size() - 2; i < times.size(); ++i)
-                times[i] = std::min(times[i], least(c, n >> (times.size() - 1 - i), 0.2));
+    double ratio = 0;
+    for (; times[leap] < patience && (first << (leap + 2)) <= furthest; ++leap) {
+        c.run(first << (leap + 2)); // what touches memory first pays for a virtual machine's host
+        for (int round = 0; round < 4; ++round) {
+            for (std::size_t i = leap; i <= leap + 2; ++i) {
+                const double t = least(c, first << i, 0.1);
+                if (i == times.size())
+                    times.push_back(t);
+                else
+                    times[i] = std::min(times[i], t);
+            }
+            ratio = std::sqrt(times[leap + 2] / times[leap]);
+            if (ratio <= limit)
+                break;
+        }
+        char text[64];
+        std::snprintf(text, sizeof text, "caches: %.2f from %d to %d", ratio, first << leap,
+                      first << (leap + 2));
+        result.note = text;
+        if (ratio <= limit || times[leap + 2] / (first << (leap + 2)) < memorySpeed)
+            return true;
     }
-    char text[64];
-    std::snprintf(text, sizeof text, "caches: %.2f %.2f up to %d", ratio(1), ratio(0), n);
-    result.note = text;
-    return isEven() || times.back() / n < memorySpeed;
+    return false;
 }
 
 Result judge(const Case& c)
@@ -184,7 +193,7 @@ int main(int argc, char** argv)
         std::free(memory);
     }
     mallopt(M_MMAP_MAX, 0);
-    mallopt(M_TRIM_THRESHOLD, INT_MAX);
+    mallopt(M_TRIM_THRESHOLD, -1);
     Cases cases;
     addText(cases);
     addContainers(cases);
