@@ -68,14 +68,16 @@ template <class Ch> struct AttribFields : platform::HeapObject {
     // Bytes from a flag of whoever owns the block up to here, 0 for no flag: set once a text has a block of
     // its own.
     std::uint32_t ownerFlag = 0;
-    // Counts changes of texts that somebody goes by without being told, in all attributes marked so.
-    static std::atomic<std::uint32_t> watchedChanges;
-    bool watched = false;
+    // Changes of texts that somebody goes by without being told, counted for each number of watchers; few
+    // share one.
+    static constexpr std::uint16_t watchers = 4096;
+    static std::atomic<std::uint32_t> watchedChanges[watchers];
+    std::uint16_t watcher = 0; // 0: nobody
     /// Before a text changes.
     void changes() noexcept
     {
-        if (watched)
-            watchedChanges.fetch_add(1, std::memory_order_release);
+        if (watcher)
+            watchedChanges[watcher].fetch_add(1, std::memory_order_release);
     }
     void tellOwner() noexcept
     {
@@ -84,7 +86,7 @@ template <class Ch> struct AttribFields : platform::HeapObject {
     }
 };
 
-template <class Ch> inline std::atomic<std::uint32_t> AttribFields<Ch>::watchedChanges{0};
+template <class Ch> inline std::atomic<std::uint32_t> AttribFields<Ch>::watchedChanges[watchers];
 
 struct NarrowAttrib {
     using Char = char;
@@ -156,11 +158,11 @@ template <class Kind> struct AttribCore {
     }
     static const Impl* of(const Attrib& attrib) noexcept { return attrib.m_pImpl; }
     static void dispose(Impl* impl) noexcept;
-    /// From now on changes of its texts count in watchedChanges.
-    static void watch(const Attrib& attrib) noexcept
+    /// From now on changes of its texts count in watchedChanges[watcher].
+    static void watch(const Attrib& attrib, std::uint16_t watcher) noexcept
     {
         if (attrib.m_pImpl)
-            attrib.m_pImpl->watched = true;
+            attrib.m_pImpl->watcher = watcher;
     }
     static void assign(Impl*& to, const Impl* from);
     static void setField(Impl*& impl, Text AttribFields<Ch>::*field, const Ch* text);

@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdint>
-#include <cstring>
 #include <thread>
 
 namespace ztree_impl {
@@ -50,6 +49,38 @@ public:
             ++i;
         m_scanned.fetch_add(i, std::memory_order_relaxed);
         return i < count ? i : -1;
+    }
+    static constexpr int unknown = -2;
+    /// find() for entries whose hashes may change without forget(): `changes` counts such changes, wherever
+    /// they happen, and chains are good for the count that they were begun at. Where there are none for it,
+    /// `unknown` until scanning, of which wasScanned() tells, has cost as much as building them again; other
+    /// threads may be looking for entries meanwhile, and get `unknown`.
+    template <class Add, class Matches>
+    int findAsOf(std::uint32_t changes, int count, std::uint32_t hash, Add add, Matches matches) noexcept
+    {
+        const int covered = m_covered.load(std::memory_order_acquire);
+        if (covered != count || !isAsOf(changes)) {
+            const bool goesOn = covered > 0 && isAsOf(changes);
+            if (covered < 0 || (!goesOn && m_scanned.load(std::memory_order_relaxed) < count) ||
+                !renew(changes, count, add))
+                return unknown;
+        }
+        const std::uint32_t version = m_version.load(std::memory_order_acquire);
+        int i = get(m_buckets[hash & m_mask].first);
+        for (int left = count; i >= 0 && left > 0 && !matches(i); --left)
+            i = get(m_next[i]);
+        return version % 2 == 0 && m_version.load(std::memory_order_relaxed) == version ? i : unknown;
+    }
+    void wasScanned(int entries) noexcept { m_scanned.fetch_add(entries, std::memory_order_relaxed); }
+    bool isAsOf(std::uint32_t changes) const noexcept
+    {
+        return m_asOf.load(std::memory_order_acquire) == changes;
+    }
+    /// The chains are stale, but the entries that a scan finds are as many as before.
+    void outdate() noexcept
+    {
+        if (hasChains())
+            m_covered.store(0, std::memory_order_relaxed);
     }
     /// The last of `count` entries, which has that hash, is about to go.
     void dropLast(int count, std::uint32_t hash) noexcept
@@ -99,6 +130,34 @@ private:
         s_busy.clear(std::memory_order_release);
         return current;
     }
+    template <class Add> bool renew(std::uint32_t changes, int count, Add add) noexcept
+    {
+        while (s_busy.test_and_set(std::memory_order_acquire))
+            std::this_thread::yield();
+        bool current = isCurrent(count) && static_cast<std::int32_t>(m_asOf - changes) >= 0;
+        if (!current) {
+            m_version.fetch_add(1, std::memory_order_relaxed); // odd: whoever looks meanwhile finds nothing
+            if (!isAsOf(changes))
+                m_covered.store(std::min(m_covered.load(std::memory_order_relaxed), 0),
+                                std::memory_order_relaxed);
+            current = cover(count, add);
+            m_scanned.store(0, std::memory_order_relaxed);
+            m_asOf.store(changes, std::memory_order_release);
+            m_version.fetch_add(1, std::memory_order_release);
+        }
+        s_busy.clear(std::memory_order_release);
+        return current;
+    }
+    // What a thread may read while another one builds the chains again: between both readings of m_version,
+    // and written behind its odd value.
+    static std::int32_t get(const std::int32_t& link) noexcept
+    {
+        return __atomic_load_n(&link, __ATOMIC_ACQUIRE);
+    }
+    static void put(std::int32_t& link, std::int32_t value) noexcept
+    {
+        __atomic_store_n(&link, value, __ATOMIC_RELEASE);
+    }
     template <class Add> bool cover(int count, Add add) noexcept
     {
         int done = m_covered.load(std::memory_order_relaxed);
@@ -110,8 +169,10 @@ private:
             if (!makeRoom(count))
                 return false;
         }
-        if (done == 0)
-            std::memset(static_cast<void*>(m_buckets), 0xFF, (std::size_t{m_mask} + 1) * sizeof(Bucket));
+        for (std::size_t i = 0; done == 0 && i <= m_mask; ++i) {
+            put(m_buckets[i].first, -1);
+            m_buckets[i].last = -1;
+        }
         for (int i = done; i < count; ++i) {
             std::uint32_t hash = 0;
             if (!add(i, hash)) {
@@ -119,12 +180,9 @@ private:
                 return false;
             }
             Bucket& bucket = m_buckets[hash & m_mask];
-            m_next[i] = -1;
+            put(m_next[i], -1);
             m_previous[i] = bucket.last;
-            if (bucket.first < 0)
-                bucket.first = i;
-            else
-                m_next[bucket.last] = i;
+            put(bucket.last < 0 ? bucket.first : m_next[bucket.last], i);
             bucket.last = i;
         }
         m_covered.store(count, std::memory_order_release);
@@ -151,7 +209,7 @@ private:
         m_room = static_cast<int>(std::min<std::size_t>(buckets, INT32_MAX));
         return true;
     }
-    static std::atomic_flag s_busy;
+    static inline std::atomic_flag s_busy = ATOMIC_FLAG_INIT;
 
     Bucket* m_buckets = nullptr;
     std::int32_t* m_next = nullptr;     // in the chain, -1 at its end
@@ -160,6 +218,8 @@ private:
     int m_room = 0;
     std::atomic<int> m_covered{0}; // entries in the chains, or refused
     std::atomic<std::int64_t> m_scanned{0};
+    std::atomic<std::uint32_t> m_asOf{0};    // the changes when the chains were begun
+    std::atomic<std::uint32_t> m_version{0}; // odd while renew() writes
 };
 
 } // namespace ztree_impl

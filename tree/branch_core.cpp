@@ -609,24 +609,24 @@ template <class Kind> int BranchCore<Kind>::findChild(const NameQuery<Ch>& query
     if (baseLength < 1)
         return -1;
     const std::uint32_t hash = foldedHash(query.text, baseLength);
-    const std::uint32_t changes = watchedChanges();
-    if (query.suffix &&
-        (!index->byRel.hasChains() || index->changesSeen.load(std::memory_order_relaxed) == changes))
-        return index->byRel.find(
-            count, relHash(hash, query.suffix, query.suffixLength),
+    if (query.suffix) {
+        const int found = index->byRel.findAsOf(
+            index->changes(), count, relHash(hash, query.suffix, query.suffixLength),
             [&](int i, std::uint32_t& own) {
-                if (i == 0)
-                    index->changesSeen.store(changes, std::memory_order_relaxed);
                 const Branch* child = m_children.begin()[i];
                 if (child && !canBeIndexed(of(child)))
                     return false;
-                own = relHash(child);
                 if (child && of(child)->m_rel)
-                    AttribOps::watch(*of(child)->m_rel);
+                    AttribOps::watch(*of(child)->m_rel, index->watcher);
+                own = relHash(child);
                 return true;
             },
             matches);
-    return index->byBase.find(
+        if (found != NameIndex::unknown)
+            return found;
+    }
+    int scanned = 0;
+    const int found = index->byBase.find(
         count, hash,
         [&](int i, std::uint32_t& own) {
             const Branch* child = m_children.begin()[i];
@@ -635,7 +635,20 @@ template <class Kind> int BranchCore<Kind>::findChild(const NameQuery<Ch>& query
             own = baseHash(child);
             return true;
         },
-        matches);
+        [&](int i) {
+            ++scanned;
+            return matches(i);
+        });
+    if (query.suffix)
+        index->byRel.wasScanned(scanned);
+    return found;
+}
+
+template <class Kind> std::uint16_t BranchCore<Kind>::nextWatcher() noexcept
+{
+    static std::atomic<std::uint32_t> last{0};
+    const std::uint32_t number = last.fetch_add(1, std::memory_order_relaxed);
+    return static_cast<std::uint16_t>(1 + number % (AttribFields<Ch>::watchers - 1));
 }
 
 // A branch that may be renamed without this one's knowledge keeps the list unindexed.
@@ -675,10 +688,10 @@ template <class Kind> void BranchCore<Kind>::indexDropsLast() noexcept
     const int count = m_children.count();
     const Branch* child = m_children.at(count - 1);
     index.byBase.dropLast(count, baseHash(child));
-    if (index.changesSeen.load(std::memory_order_relaxed) == watchedChanges())
+    if (index.byRel.isAsOf(index.changes()))
         index.byRel.dropLast(count, relHash(child));
     else
-        index.byRel.forget();
+        index.byRel.outdate();
 }
 
 template <class Kind> void BranchCore<Kind>::adopt(Branch* child)
@@ -692,16 +705,11 @@ template <class Kind> void BranchCore<Kind>::adopt(Branch* child)
         wantIndex();
 }
 
-// Without memory for it the list is scanned. An index by suffix that changes elsewhere have made useless gets
-// a new chance.
+// Without memory for it the list is scanned.
 template <class Kind> void BranchCore<Kind>::wantIndex() noexcept
 {
-    if (m_extra && m_extra->childIndex) {
-        ChildIndex& index = *m_extra->childIndex;
-        if (index.byRel.hasChains() && index.changesSeen.load(std::memory_order_relaxed) != watchedChanges())
-            index.byRel.forget();
+    if (m_extra && m_extra->childIndex)
         return;
-    }
     if (m_extra || (m_extra = new Extra))
         m_extra->childIndex = new ChildIndex;
 }

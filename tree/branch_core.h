@@ -191,7 +191,11 @@ private:
     struct ChildIndex : platform::HeapObject {
         NameIndex byBase;
         NameIndex byRel;
-        std::atomic<std::uint32_t> changesSeen{0}; // when byRel was begun
+        const std::uint16_t watcher = nextWatcher(); // of the children's "Rel" attributes
+        std::uint32_t changes() const noexcept
+        {
+            return AttribFields<Ch>::watchedChanges[watcher].load(std::memory_order_acquire);
+        }
     };
     // What few branches need.
     struct Extra : platform::HeapObject {
@@ -246,10 +250,7 @@ private:
     void forgetInParent() noexcept; // the one this branch stands in
     void letGo(const Branch* holder) noexcept;
     void wantIndex() noexcept;
-    static std::uint32_t watchedChanges() noexcept
-    {
-        return AttribFields<Ch>::watchedChanges.load(std::memory_order_acquire);
-    }
+    static std::uint16_t nextWatcher() noexcept;
     bool canBeIndexed(const Impl* child) const noexcept;
     static std::uint32_t relHash(std::uint32_t base, const Ch* suffix, int length) noexcept;
     static std::uint32_t baseHash(const Branch* child) noexcept; // of a child that may be null

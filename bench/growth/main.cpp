@@ -125,7 +125,7 @@ bool isLeapOfCaches(const Case& c, Result& result)
         --leap;
     std::vector<double> times(result.times, result.times + doublings + 1);
     double ratio = 0;
-    for (; times[leap] < patience && (first << (leap + 2)) <= furthest; ++leap) {
+    for (; times[leap] < 2 * patience && (first << (leap + 2)) <= furthest; ++leap) {
         c.run(first << (leap + 2)); // what touches memory first pays for a virtual machine's host
         for (int round = 0; round < 4; ++round) {
             for (std::size_t i = leap; i <= leap + 2; ++i) {

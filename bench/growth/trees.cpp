@@ -213,6 +213,27 @@ template <class T> void finding(Cases& add)
                 check(root.findChild(all[i].c_str()) == i, "found");
         });
     });
+    add("look by suffix, change suffixes elsewhere, by turns", [](int n) {
+        Branch list(text<Ch>("list").c_str());
+        Branch other(text<Ch>("other").c_str());
+        std::vector<Text<Ch>> all;
+        for (int i = 0; i < n; ++i) {
+            all.push_back(text<Ch>("Item(" + std::to_string(i) + ")"));
+            list.addChild(Branch(all.back().c_str()), nullptr, true);
+            other.addChild(Branch(all.back().c_str()), nullptr, true);
+        }
+        for (int i = 0; i < n && i < 1000; ++i) // until it goes by an index
+            keep(other.findChild(all.back().c_str()));
+        const auto value = text<Ch>("7");
+        return once([&] {
+            for (int i = 0; i < n; ++i) {
+                int place = 0;
+                const_cast<typename T::Attrib*>(other.getChild(i)->getFirstAttrib(&place))
+                    ->setValue(value.c_str());
+                check(list.findChild(all[i].c_str()) == i, "found");
+            }
+        });
+    });
     const auto search = [](Tree& tree) {
         const auto absent = text<Ch>("absent");
         Branch* root = tree.root();

@@ -3,12 +3,14 @@
 #include <ztree/ext/tree.h>
 
 #include <algorithm>
+#include <atomic>
 #include <climits>
 #include <cmath>
 #include <limits>
 #include <memory>
 #include <random>
 #include <sstream>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -333,6 +335,64 @@ TYPED_TEST(BranchTwins, childrenAreFoundWhateverBecomesOfThem)
         for (const auto& o : outside)
             o->setName(w("later"));
     }
+}
+
+// An index by suffix is built anew while other threads look for children, whoever changed suffixes.
+TYPED_TEST(BranchTwins, suffixesChangeWhileOthersLook)
+{
+    using Branch = typename TypeParam::Branch;
+    using Attrib = typename TypeParam::Attrib;
+    const auto w = &TestFixture::w;
+    constexpr int size = 200;
+    std::vector<const typename TypeParam::Ch*> names;
+    for (int i = 0; i < size; ++i)
+        names.push_back(w("k(" + std::to_string(i) + ")"));
+    const auto lookFor = [&names](const Branch& b, int count) {
+        int wrong = 0;
+        for (int i = 0; i < count; ++i)
+            wrong += b.findChild(names[static_cast<std::size_t>(i)]) != i;
+        return wrong;
+    };
+    const auto fill = [&names](Branch& b, int count) {
+        for (int i = 0; i < count; ++i)
+            b.addChild(Branch(names[static_cast<std::size_t>(i)]), nullptr, true);
+    };
+    const auto setSuffix = [](Branch& b, int i, const auto* value) {
+        int place = 0;
+        const_cast<Attrib*>(b.getChild(i)->getFirstAttrib(&place))->setValue(value);
+    };
+    Branch list(w("list"));
+    fill(list, size);
+    EXPECT_EQ(lookFor(list, size), 0);
+    setSuffix(list, 7, w("seven"));
+    EXPECT_EQ(list.findChild(names[7]), -1);
+    EXPECT_EQ(list.findChild(w("k(seven)")), 7);
+    setSuffix(list, 7, w("7"));
+    EXPECT_EQ(lookFor(list, size), 0);
+
+    std::vector<std::unique_ptr<Branch>> others; // so many that some are watched as `list` is
+    for (int i = 0; i < 4200; ++i) {
+        others.push_back(std::make_unique<Branch>(w("other")));
+        fill(*others.back(), 20);
+        EXPECT_EQ(lookFor(*others.back(), 20), 0);
+    }
+    std::atomic<bool> done{false};
+    std::atomic<int> wrong{0};
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 2; ++t)
+        threads.emplace_back([&] {
+            while (!done)
+                wrong += lookFor(list, size);
+        });
+    const typename TypeParam::Ch* const values[] = {w("one"), w("another")};
+    for (int round = 0; round < 30; ++round)
+        for (auto& other : others)
+            setSuffix(*other, 0, values[round % 2]);
+    done = true;
+    for (auto& t : threads)
+        t.join();
+    EXPECT_EQ(wrong, 0);
+    EXPECT_EQ(lookFor(list, size), 0);
 }
 
 TYPED_TEST(BranchTwins, anOwnedChildThatIsLinkedInstead)

@@ -1,10 +1,8 @@
-#include "attrib/name_index.h"
+#include "attrib/name_hash.h"
 
 #include <chrono>
 
 namespace ztree_impl {
-
-std::atomic_flag NameIndex::s_busy = ATOMIC_FLAG_INIT;
 
 // The time, and where the system put the stack and the library.
 const std::uint64_t nameSeed = [] {
