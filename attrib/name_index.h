@@ -13,8 +13,8 @@
 namespace ztree_impl {
 
 /// Hash chains over the entries 0 to n - 1 of a list, each chain in list order. Whoever changes the name
-/// of an entry that stands in the chains, or the order of the list, calls forget(); appending needs nothing,
-/// taking the last one out dropLast().
+/// of an entry that stands in the chains calls rename(), whoever changes the order of the list forget();
+/// appending needs nothing, taking the last one out dropLast().
 ///
 /// Threads: find() of a list that nobody changes may run in several threads. The chains are brought up to
 /// date under one library-wide lock; a thread that sees them complete reads them without a lock.
@@ -82,6 +82,22 @@ public:
         if (hasChains())
             m_covered.store(0, std::memory_order_relaxed);
     }
+    /// The entries i with is(i), which had the hash `from`, have `to`.
+    template <class Is> void rename(std::uint32_t from, std::uint32_t to, Is is) noexcept
+    {
+        const int covered = m_covered.load(std::memory_order_relaxed);
+        if (covered == 0)
+            return;
+        int left = covered > 0 ? mostSteps : 0;
+        int next = left ? m_buckets[from & m_mask].first : -1;
+        for (int i = next; i >= 0 && left > 0; i = next, --left) {
+            next = m_next[i];
+            if (is(i) && !move(i, m_buckets[from & m_mask], m_buckets[to & m_mask]))
+                left = 1;
+        }
+        if (left == 0)
+            forget();
+    }
     /// The last of `count` entries, which has that hash, is about to go.
     void dropLast(int count, std::uint32_t hash) noexcept
     {
@@ -115,6 +131,7 @@ private:
         std::int32_t last;
     };
     static constexpr int refused = -1;
+    static constexpr int mostSteps = 32; // along a chain whose entries have one name; then all is built anew
 
     bool isCurrent(int count) const noexcept { return m_covered.load(std::memory_order_acquire) == count; }
     bool isWorthIt(int count) const noexcept
@@ -129,6 +146,24 @@ private:
         const bool current = isCurrent(count) || cover(count, add);
         s_busy.clear(std::memory_order_release);
         return current;
+    }
+    void link(Bucket& bucket, int before, int behind) noexcept
+    {
+        (before < 0 ? bucket.first : m_next[before]) = behind;
+        (behind < 0 ? bucket.last : m_previous[behind]) = before;
+    }
+    bool move(int i, Bucket& from, Bucket& to) noexcept
+    {
+        link(from, m_previous[i], m_next[i]);
+        int before = to.first > i ? -1 : to.last;
+        for (int left = mostSteps; before > i; before = m_previous[before])
+            if (--left == 0)
+                return false;
+        m_previous[i] = before;
+        m_next[i] = before < 0 ? to.first : m_next[before];
+        link(to, i, m_next[i]);
+        link(to, before, i);
+        return true;
     }
     template <class Add> bool renew(std::uint32_t changes, int count, Add add) noexcept
     {

@@ -314,12 +314,44 @@ template <class Kind> void BranchCore<Kind>::setParent(Branch* parent) noexcept
     m_bits &= static_cast<std::uint8_t>(~(held | parentHidden));
 }
 
+// While the name changes nothing is told to the parent; it hears of it in the end.
+template <class Kind> class BranchCore<Kind>::Renaming {
+public:
+    explicit Renaming(BranchCore& branch) noexcept : m_branch(branch)
+    {
+        if (!(branch.m_bits & held))
+            return;
+        const BranchCore& parent = *of(branch.m_parent);
+        m_tells = parent.m_extra && parent.m_extra->childIndex;
+        if (!m_tells)
+            return;
+        m_base = baseHash(branch.m_owner);
+        m_rel = relHash(branch.m_owner);
+        branch.m_bits &= static_cast<std::uint8_t>(~held);
+    }
+    Renaming(const Renaming&) = delete;
+    Renaming& operator=(const Renaming&) = delete;
+    ~Renaming()
+    {
+        if (!m_tells)
+            return;
+        m_branch.m_bits |= held;
+        of(m_branch.m_parent)->childRenamed(m_branch.m_owner, m_base, m_rel);
+    }
+
+private:
+    BranchCore& m_branch;
+    bool m_tells = false;
+    std::uint32_t m_base = 0;
+    std::uint32_t m_rel = 0;
+};
+
 template <class Kind> int BranchCore<Kind>::setName(const Ch* name)
 {
     if (name && (name == m_name || (m_extra && name == m_extra->fullName)))
         return 0;
+    const Renaming renaming(*this);
     if (!name || !*name) {
-        forgetInParent();
         dropName();
         return -1;
     }
@@ -330,11 +362,9 @@ template <class Kind> int BranchCore<Kind>::setName(const Ch* name)
         platform::HeapPtr<Ch> full(duplicate(name, query.length));
         Extra& more = extra();
         setRel(query.suffix, query.suffixLength);
-        forgetInParent();
         dropName();
         more.fullName = full.release();
     } else {
-        forgetInParent();
         dropName();
         const int rel = findAttrib(Kind::relName());
         if (rel >= 0)
@@ -677,6 +707,20 @@ template <class Kind> std::uint32_t BranchCore<Kind>::relHash(const Branch* chil
     const auto* rel = of(child)->m_rel;
     return rel ? relHash(baseHash(child), rel->getValue(), ztree_impl::valueLength(*rel))
                : relHash(baseHash(child), &zero, 1);
+}
+
+template <class Kind>
+void BranchCore<Kind>::childRenamed(const Branch* child, std::uint32_t base, std::uint32_t rel) noexcept
+{
+    ChildIndex& index = *m_extra->childIndex;
+    const auto is = [&](int i) { return m_children.begin()[i] == child; };
+    index.byBase.rename(base, baseHash(child), is);
+    if (of(child)->m_rel)
+        AttribOps::watch(*of(child)->m_rel, index.watcher);
+    if (index.byRel.isAsOf(index.changes()))
+        index.byRel.rename(rel, relHash(child), is);
+    else
+        index.byRel.outdate();
 }
 
 // The last child is about to go.

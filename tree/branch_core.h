@@ -248,6 +248,8 @@ private:
     void valueInBlockAt(void* place, int room) noexcept;
     void forgetChildren() noexcept; // the name index of the children is stale
     void forgetInParent() noexcept; // the one this branch stands in
+    class Renaming;
+    void childRenamed(const Branch* child, std::uint32_t base, std::uint32_t rel) noexcept;
     void letGo(const Branch* holder) noexcept;
     void wantIndex() noexcept;
     static std::uint16_t nextWatcher() noexcept;

@@ -177,6 +177,11 @@ template <class T> void finding(Cases& add)
         root.getChild(all[0].c_str())->setName(text<Ch>("other").c_str());
         check(root.getChild(all[1].c_str()) == root.getChild(1), "found");
     });
+    among("look up and rename, by turns", [](Tree&, Branch& root, const All& all) {
+        for (const auto& name : all)
+            root.getChild(name.c_str())->setName((text<Ch>("new") + name).c_str());
+        check(root.findChild((text<Ch>("new") + all.back()).c_str()) == root.getChildCount() - 1, "found");
+    });
     among("remove n by name, last first", [](Tree&, Branch& root, const All& all) {
         for (std::size_t i = all.size(); i-- > 0;)
             root.removeChild(all[i].c_str());
