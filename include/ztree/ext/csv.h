@@ -89,7 +89,8 @@ struct CsvError {
 ///     the names of the header. The callbacks' objects have to outlive the reader.
 class ZTREE_API CsvReader {
 public:
-    /// Delivers at most `room` bytes; *got = 0 at the end. Returns 0, or a system error.
+    /// Delivers at most `room` bytes; *got = 0 at the end. Returns 0, or a system error, which ends the reader's
+    /// call; its repetition goes on where it was.
     using Source = unsigned (*)(void* context, char* buffer, std::size_t room, std::size_t* got);
     /// Returns false to stop.
     using ErrorCall = bool (*)(void* context, const CsvError& error);
