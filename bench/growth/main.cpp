@@ -1,5 +1,5 @@
-// Every operation whose input may have any length: its time at n and at 2n. A ratio above 2.3 is tried again;
-// one that stays, and is no leap of the caches, makes the exit code 1.
+// Every operation whose input may have any length: its time at n and at 2n. A ratio above 2.3 is tried again,
+// once more in the end; one that stays, and is no leap of the caches, makes the exit code 1.
 //   ztree_growth [WORD...]     only cases whose names hold one of the words
 
 #include "growth.h"
@@ -220,6 +220,16 @@ int main(int argc, char** argv)
         if (r.bad)
             bad.emplace_back(&c, r);
     }
+    // A bad moment of the machine does not come twice: what could be measured is measured again in the end.
+    for (auto& [c, r] : bad) {
+        if (r.seconds() > 0) {
+            r = judge(*c);
+            print(*c, r);
+        }
+    }
+    const auto first = std::remove_if(bad.begin(), bad.end(), [](const auto& b) { return !b.second.bad; });
+    leaps += static_cast<int>(bad.end() - first);
+    bad.erase(first, bad.end());
     std::printf("\n%d operations; %d with one doubling above %.1f, %d that stay above it\n", count, leaps,
                 limit, static_cast<int>(bad.size()));
     for (const auto& [c, r] : bad)
