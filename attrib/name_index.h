@@ -223,7 +223,7 @@ private:
         m_covered.store(count, std::memory_order_release);
         return true;
     }
-    bool makeRoom(int count) noexcept
+    [[gnu::noinline]] bool makeRoom(int count) noexcept // seldom, beside lookups that should be small
     {
         std::size_t buckets = 64;
         while (buckets < static_cast<std::size_t>(count) * 2)
