@@ -68,8 +68,8 @@ template <class Ch> struct AttribFields : platform::HeapObject {
     // Bytes from a flag of whoever owns the block up to here, 0 for no flag: set once a text has a block of
     // its own.
     std::uint32_t ownerFlag = 0;
-    // Changes of texts that somebody goes by without being told. Each watcher has a number of its own, as long as
-    // there are no more than that; then some share one, and take each other's changes for theirs.
+    // Changes of texts that somebody goes by without being told. Each watcher has a number of its own, as
+    // long as there are no more than that; then some share one, and take each other's changes for theirs.
     static constexpr std::uint16_t watchers = 4096;
     static std::atomic<std::uint32_t> watchedChanges[watchers];
     std::uint16_t watcher = 0; // 0: nobody
