@@ -3,6 +3,8 @@
 
 #include "text/char_set.h"
 
+#include <cstddef>
+
 #if defined(__SSE2__)
 #include <emmintrin.h>
 #endif
@@ -63,26 +65,33 @@ public:
         return p;
     }
 
-    static constexpr int lanes = 16 / sizeof(Ch);
-    /// For the usual token, short and among few kinds of delimiters: copies the `lanes` units at p, which
-    /// must all be there, to `to`; true when one of them is a delimiter and another one behind it is none.
-    /// Then `length` units stand before the first one, and `past` before that other one. 1 to 4 delimiters.
-    bool copyShort(const Ch* p, Ch* to, int& length, int& past) const noexcept
+    static constexpr int unitBytes = sizeof(Ch);
+    static constexpr int lanes = 16 / unitBytes;
+    /// A bit for each byte from p up to `end` that belongs to a delimiter, the lowest for the first, as many
+    /// as there are. At least `lanes` units, 1 to 4 delimiters.
+    std::size_t hitsUpTo(const Ch* p, const Ch* end) const noexcept
     {
+        constexpr int width = 8 * sizeof(std::size_t);
+        const std::ptrdiff_t bytes = (end - p) * unitBytes;
+        std::size_t all = 0;
 #if defined(__SSE2__)
-        const unsigned hits = hitsIn<4>(p);
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(to), blockAt(p));
-        if (!hits)
-            return false;
-        const unsigned lowest = hits & (0u - hits);
-        const int end = __builtin_ctz(hits + lowest); // the carry ends behind the first run
-        length = __builtin_ctz(hits) / static_cast<int>(sizeof(Ch));
-        past = end / static_cast<int>(sizeof(Ch));
-        return end < 16;
+        const auto look = [&](std::ptrdiff_t from) {
+            all |= std::size_t{hitsIn<4>(p + from / unitBytes)} << from;
+        };
+        if (bytes >= width) {
+            for (int from = 0; from < width; from += 16)
+                look(from);
+        } else {
+            for (std::ptrdiff_t from = 0; from + 16 < bytes; from += 16)
+                look(from);
+            look(bytes - 16); // some of them once more
+        }
 #else
-        static_cast<void>(p), static_cast<void>(to), static_cast<void>(length), static_cast<void>(past);
-        return false;
+        for (int from = 0; from < width && from < bytes; from += unitBytes)
+            if (has(p[from / unitBytes]))
+                all |= ((std::size_t{1} << unitBytes) - 1) << from;
 #endif
+        return all;
     }
 
 private:

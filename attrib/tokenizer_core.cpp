@@ -79,7 +79,7 @@ template <class Kind> void TokenizerCore<Kind>::setText(String&& text, int posit
 {
     m_text = std::move(text);
     const Ch* begin = m_text.getBuffer(); // null when empty
-    m_at = begin + position;
+    moveTo(begin + position);
     m_end = begin + m_text.length();
 }
 
@@ -98,8 +98,8 @@ template <class Kind> int TokenizerCore<Kind>::skip(const Ch* chars) noexcept
         return 0;
     const Ch* from = m_at;
     const FewDelimiters<Ch> few(chars);
-    m_at = few.count() <= few.most ? pass(few, from, m_end)
-                                   : pass(ManyDelimiters<Ch>(chars, false), from, m_end);
+    moveTo(few.count() <= few.most ? pass(few, from, m_end)
+                                   : pass(ManyDelimiters<Ch>(chars, false), from, m_end));
     return static_cast<int>(m_at - from);
 }
 
@@ -109,17 +109,18 @@ template <class Kind> const typename Kind::Char* TokenizerCore<Kind>::passSeps(c
                                              : pass(ManyDelimiters<Ch>(orEmpty(m_seps), false), p, m_end);
 }
 
+// The first `clear` units are known to be no delimiters, which are not given then.
 template <class Kind>
 template <class Set>
 [[gnu::always_inline]] inline typename TokenizerCore<Kind>::Piece
-TokenizerCore<Kind>::cutBy(const Set& set, bool given, int mode) const noexcept
+TokenizerCore<Kind>::cutBy(const Set& set, bool given, int mode, int clear) const noexcept
 {
     const Ch* end = m_end;
     const Ch* begin = m_at;
     if (given && !(mode & exact))
         begin = pass(set, begin, end);
     int run = 0;
-    const Ch* stop = set.find(begin, end, run);
+    const Ch* stop = set.find(begin + clear, end, run);
     if constexpr (Kind::strictLines) {
         auto endsHere = [end, mode](const Ch* p) {
             if (*p == '\r')
@@ -190,9 +191,26 @@ template <class Kind> void TokenizerCore<Kind>::makeTokenRoom(int length)
     noteQuick();
 }
 
+template <class Kind> const typename Kind::Char* TokenizerCore<Kind>::nextBehindMarks()
+{
+    if (m_at >= m_quickEnd)
+        return nextOfAny(nullptr, -1);
+    m_hits = m_sepSet.hitsUpTo(m_at, m_end);
+    m_hitsOf = m_at;
+    if (takeMarked())
+        return m_token;
+    constexpr std::ptrdiff_t seen = 8 * sizeof m_hits / sizeof(Ch);
+    const int clear = m_hits ? 0 : static_cast<int>(std::min(seen, m_end - m_at));
+    return keep(cutBy(m_sepSet, false, m_mode, clear));
+}
+
 template <class Kind> const typename Kind::Char* TokenizerCore<Kind>::nextOfAny(const Ch* delims, int mode)
 {
-    const Piece piece = cut(delims, mode);
+    return keep(cut(delims, mode));
+}
+
+template <class Kind> const typename Kind::Char* TokenizerCore<Kind>::keep(const Piece& piece)
+{
     if (!piece.text) {
         accept(piece);
         return nullptr;

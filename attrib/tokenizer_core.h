@@ -6,6 +6,9 @@
 
 #include <ztree/tokenizer.h>
 
+#include <cstddef>
+#include <cstring>
+
 namespace ztree_impl {
 
 struct NarrowTokens {
@@ -67,21 +70,15 @@ public:
     Piece chunk(int size) const noexcept;
     void accept(const Piece& piece) noexcept
     {
-        m_at = piece.next;
+        moveTo(piece.next);
         m_split = piece.split;
     }
     /// Cuts, keeps the token and returns it; null for an empty text.
     const Ch* next(const Ch* delims, int mode)
     {
-        int length = 0;
-        int past = 0;
-        if (Kind::strictLines || delims || mode >= 0 || m_at >= m_quickEnd ||
-            !m_sepSet.copyShort(m_at, m_token, length, past))
+        if (Kind::strictLines || delims || mode >= 0)
             return nextOfAny(delims, mode);
-        m_token[length] = 0;
-        m_split = m_at[length];
-        m_at += past;
-        return m_token;
+        return takeMarked() ? m_token : nextBehindMarks();
     }
 
 private:
@@ -91,23 +88,61 @@ private:
         return s.length() ? static_cast<const Ch*>(s.getBuffer()) : &none;
     }
     void setText(String&& text, int position) noexcept;
-    template <class Set> Piece cutBy(const Set& set, bool given, int mode) const noexcept;
+    template <class Set> Piece cutBy(const Set& set, bool given, int mode, int clear = 0) const noexcept;
     [[gnu::noinline]] Piece cutByOthers(const Ch* delims, int mode) const noexcept;
     const Ch* passSeps(const Ch* p) const noexcept;
     [[gnu::noinline]] const Ch* nextOfAny(const Ch* delims, int mode);
+    const Ch* keep(const Piece& piece);
     void makeTokenRoom(int length);
+    void moveTo(const Ch* p) noexcept
+    {
+        m_at = p;
+        m_hits = 0;
+    }
+    static int firstUnit(std::size_t hits) noexcept
+    {
+        const int byte =
+            sizeof hits == 8 ? __builtin_ctzll(hits) : __builtin_ctz(static_cast<unsigned>(hits));
+        return byte / static_cast<int>(sizeof(Ch));
+    }
+    /// The usual token, among few kinds of delimiters: true when m_hits knows where it ends and the next one
+    /// begins.
+    bool takeMarked() noexcept
+    {
+        constexpr int block = FewDelimiters<Ch>::lanes;
+        const std::size_t hits = m_hits;
+        const std::size_t behind = hits + (hits & (0 - hits)); // the carry ends behind the first run
+        if (behind == 0)
+            return false;
+        const Ch* const end = m_hitsOf + firstUnit(hits);
+        const int length = static_cast<int>(end - m_at);
+        if (length > m_tokenRoom || m_at >= m_quickEnd)
+            return false;
+        std::memcpy(m_token, m_at, 16);
+        if (length > block)
+            std::memcpy(m_token, m_at, static_cast<std::size_t>(length) * sizeof(Ch));
+        m_token[length] = 0;
+        m_split = *end;
+        m_at = m_hitsOf + firstUnit(behind);
+        m_hits = hits & behind;
+        return true;
+    }
+    [[gnu::noinline]] const Ch* nextBehindMarks();
     void noteQuick() noexcept
     {
         constexpr int block = FewDelimiters<Ch>::lanes;
         const bool quick = m_mode == 0 && m_sepSet.count() > 0 && m_sepSet.count() <= 4 &&
                            m_tokenRoom > block && m_end - m_at >= block;
         m_quickEnd = quick ? m_end - block + 1 : nullptr;
+        m_hits = 0;
     }
 
     // The text is never changed while it is held, so that its parts stay where they are.
     const Ch* m_at = nullptr; // the next unread unit
     const Ch* m_end = nullptr;
-    const Ch* m_quickEnd = nullptr; // tokens that begin before it may be cut by FewDelimiters::copyShort
+    const Ch* m_quickEnd = nullptr; // separators of tokens that begin before it may be marked
+    std::size_t m_hits = 0;         // the marks from m_at on, as FewDelimiters::hitsUpTo(m_hitsOf) makes them
+    const Ch* m_hitsOf = nullptr;
     Ch* m_token = nullptr;
     int m_tokenRoom = 0;
     int m_mode = 0;

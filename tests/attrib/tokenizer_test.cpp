@@ -185,7 +185,7 @@ TYPED_TEST(TokenizerSteps, equalPlainOnes)
         case 0: {
             const int mode = pickMode();
             const bool counted = dice.below(4);
-            const Text<Ch> text = dice.text(alphabet, dice.below(10) ? 12 : 80);
+            const Text<Ch> text = dice.text(alphabet, dice.below(10) ? 12 : 300);
             real.init(text, counted, pointer, mode);
             model.init(counted ? text : text.c_str(), set, mode);
             break;
