@@ -2,6 +2,7 @@
 
 #include "containers/name_sort.h"
 #include "containers/sort_core.h"
+#include "text/search.h"
 #include "text/string_core.h"
 
 #include <ztree/runtime.h>
@@ -86,15 +87,7 @@ private:
     {
         skip(delimiter);
         begin = m_at;
-        // Names and values are short as a rule.
-        const Ch* const nearby = m_at + std::min<std::ptrdiff_t>(m_end - m_at, 12);
-        while (m_at < nearby && *m_at != delimiter)
-            ++m_at;
-        if (m_at == nearby && m_at < m_end) {
-            const Ch* found =
-                std::char_traits<Ch>::find(m_at, static_cast<std::size_t>(m_end - m_at), delimiter);
-            m_at = found ? found : m_end;
-        }
+        m_at = scan::nearby(m_at, m_end, delimiter);
         end = m_at;
         skip(delimiter);
         while (m_at < m_end && isSpace(*m_at))

@@ -63,6 +63,21 @@ inline std::size_t unit(const zwchar* s, std::size_t from, std::size_t n, zwchar
     return none;
 }
 
+/// The first c in [p, end), or end; for one that stands near as a rule.
+template <class Ch> const Ch* nearby(const Ch* p, const Ch* end, Ch c) noexcept
+{
+#if defined(__SSE2__)
+    constexpr std::ptrdiff_t lanes = 16 / sizeof(Ch);
+    if (end - p >= lanes) {
+        if (const int mask = _mm_movemask_epi8(Lanes<Ch>::equal(load(p), Lanes<Ch>::fill(c))))
+            return p + firstUnit<Ch>(mask);
+        p += lanes;
+    }
+#endif
+    const std::size_t at = unit(p, 0, static_cast<std::size_t>(end - p), c);
+    return at == none ? end : p + at;
+}
+
 /// First i in [from, n - distance) with s[i] == a and s[i + distance] == b, or none.
 template <class Ch>
 std::size_t pair(const Ch* s, std::size_t from, std::size_t n, Ch a, Ch b, std::size_t distance) noexcept
