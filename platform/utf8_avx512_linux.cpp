@@ -90,7 +90,8 @@ ZTREE_AVX512 inline Block examine(__m512i in, __m512i before, Mask nonAscii, Mas
     block.taken = 64 - static_cast<int>(_lzcnt_u64(block.ends));
     // Where trail bytes are due they must be, and nowhere else; the byte behind must not be due either.
     const Mask due = lead << 1 | lead3 << 2 | lead4 << 3;
-    const Mask behind = block.taken == 64 ? lead >> 63 | lead3 >> 62 | lead4 >> 61 : 0;
+    // Arithmetic, since nothing foretells whether a character ends with the block.
+    const Mask behind = (lead >> 63 | lead3 >> 62 | lead4 >> 61) & (0 - (block.ends >> 63));
     const Mask bad = ((due ^ block.trail) | misfits(in, before)) & lowest(block.taken + 1);
     if (bad | behind)
         block.taken = 0;
@@ -165,8 +166,9 @@ template <bool write> ZTREE_AVX512 inline void decodeAll(DecodeRun& run) noexcep
             const Mask ends = ~(trail >> 1 | static_cast<Mask>(trailAfter) << 63) & here;
             const int taken = 64 - static_cast<int>(_lzcnt_u64(ends));
             const Mask bad = ((lead << 1 ^ trail) | overlong) & lowest(taken + 1);
+            const Mask behind = (lead & ends) >> 63;
             const long n = _mm_popcnt_u64(ends);
-            if (!bad && ends && !(taken == 64 && lead >> 63) && (!write || run.outEnd - o >= n)) {
+            if (!(bad | behind) && ends && (!write || run.outEnd - o >= n)) {
                 if (write) {
                     const __m512i b1 = _mm512_maskz_mov_epi8(trail, before);
                     const __m512i low =
