@@ -62,14 +62,20 @@ void ArrayCore::dropFront() noexcept
     placeHead(at, 0);
 }
 
-// Makes free slots in front, so many that the move is paid for by the inserts they serve.
+// Makes free slots, so many that moving all entries is paid for by what they serve.
+bool ArrayCore::makeSlack() noexcept
+{
+    const int count = m_count;
+    return slots() + front() - m_capacity >= count / 8 ||
+           (m_capacity <= mostEntries - count / 2 && reallocate(m_capacity + count / 2));
+}
+
+// Makes free slots in front.
 bool ArrayCore::makeFront() noexcept
 {
     if (front() > 0)
         return true;
-    const int count = m_count;
-    if (slots() - m_capacity < count / 8 &&
-        (m_capacity > mostEntries - count / 2 || !reallocate(m_capacity + count / 2)))
+    if (!makeSlack())
         return false;
     const int free = (slots() - m_capacity) / 2;
     Head at = *head();
@@ -175,6 +181,7 @@ void ArrayCore::copyAll(const ArrayCore& other) noexcept
     m_count = int(other.m_count);
     m_used = other.m_used;
     setOrdered(other.ordered());
+    forgetTail();
 }
 
 int ArrayCore::setGrowth(int n) noexcept
@@ -224,6 +231,31 @@ bool ArrayCore::insertAt(int i, const void* p) noexcept
     return true;
 }
 
+// Removes entry i by moving those before it. The slots behind the end get what moving the others would leave
+// there: false when that is not the last entry in each of them.
+bool ArrayCore::removeByFront(int i) noexcept
+{
+    const int count = m_count;
+    const void* const last = m_entries[count - 1];
+    if (m_used > count &&
+        !(head()->ordered & tailBit && m_entries[count] == last && m_entries[m_used - 1] == last))
+        return false;
+    if (slots() == m_capacity) {
+        if (!makeSlack())
+            return false;
+        dropFront();
+    }
+    Head at = *head();
+    --at.slots;
+    at.ordered |= tailBit;
+    const int free = front() + 1;
+    std::memmove(m_entries + 1, m_entries, bytes(i));
+    ++m_entries;
+    placeHead(at, free);
+    m_entries[m_used - 1] = last;
+    return true;
+}
+
 const void* ArrayCore::removeAt(int i) noexcept
 {
     const int count = m_count;
@@ -231,7 +263,10 @@ const void* ArrayCore::removeAt(int i) noexcept
         return nullptr;
     const void* p = m_entries[i];
     // Kept: the slot behind the new end keeps its value, which a setAt() further on brings back to callers.
-    std::memmove(m_entries + i, m_entries + i + 1, bytes(count - i - 1));
+    if (count < fewEntries || i >= count / 2 || !removeByFront(i)) {
+        std::memmove(m_entries + i, m_entries + i + 1, bytes(count - i - 1));
+        forgetTail();
+    }
     m_count = count - 1;
     if (ordered() > i)
         setOrdered(ordered() - 1);
@@ -246,6 +281,7 @@ void ArrayCore::removeAll() noexcept
         std::fill_n(m_entries, int(m_count), nullptr);
     m_count = 0;
     setOrdered(0);
+    forgetTail();
 }
 
 int ArrayCore::find(const void* p) const noexcept

@@ -28,7 +28,8 @@ private:
 /// The logical figures (capacity, growth, count) are those that callers see. The block behind them
 /// may hold more slots than the capacity, so that single appends cost O(1) although the capacity grows
 /// linearly. Slots from m_used on were never written since the array last grew and count as null. Arrays
-/// into which is inserted keep free slots at the front too, so that the shorter side moves.
+/// into which is inserted, or from whose front is removed, keep free slots at the front too, so that the
+/// shorter side moves.
 class ArrayCore {
 public:
     explicit ArrayCore(int growth = 10) noexcept : m_growth(growth) {}
@@ -84,19 +85,21 @@ public:
 
     /// How many entries at the front are known to stand in order; whoever sorts says so, whatever
     /// may disturb the order lowers it.
-    int ordered() const noexcept { return m_entries ? head()->ordered : 0; }
+    int ordered() const noexcept { return m_entries ? static_cast<int>(head()->ordered & ~tailBit) : 0; }
     void setOrdered(int n) noexcept
     {
         if (m_entries)
-            head()->ordered = n;
+            head()->ordered = (head()->ordered & tailBit) | static_cast<std::uint32_t>(n);
     }
 
 private:
-    struct Head {            // stands in front of the entries
-        std::uint32_t slots; // from the entries on; the top bit: free slots stand in front of the head
-        int ordered;
+    struct Head {              // stands in front of the entries
+        std::uint32_t slots;   // from the entries on; the top bit: free slots stand in front of the head
+        std::uint32_t ordered; // the top bit: removing from the front left all slots from m_count to m_used
+                               // with one value, and nobody else has put another one there
     };
     static constexpr std::uint32_t frontBit = 0x80000000U;
+    static constexpr std::uint32_t tailBit = 0x80000000U;
     static_assert(sizeof(Head) % sizeof(const void*) == 0,
                   "entries follow the head, and slots stand before it");
 
@@ -105,7 +108,14 @@ private:
     int front() const noexcept;
     void placeHead(Head at, int front) noexcept;
     void dropFront() noexcept;
+    [[nodiscard]] bool makeSlack() noexcept;
     [[nodiscard]] bool makeFront() noexcept;
+    [[nodiscard]] bool removeByFront(int i) noexcept;
+    void forgetTail() noexcept
+    {
+        if (m_entries)
+            head()->ordered &= ~tailBit;
+    }
     [[nodiscard]] bool growByStep() noexcept;
     [[nodiscard]] bool reallocate(int n) noexcept;
     void copyAll(const ArrayCore& other) noexcept;

@@ -37,6 +37,19 @@ void arrays(Cases& add)
                 keep(a.remove(i));
         });
     });
+    add("remove from the front", [](int n) {
+        return once([&] {
+            ZArray a;
+            for (int i = 0; i < n; ++i)
+                a.add(&thing);
+            for (int i = 0; i < n; i += 2) { // as a queue, then all
+                keep(a.remove(0));
+                a.add(&thing);
+            }
+            while (a.size())
+                keep(a.remove(0));
+        });
+    });
     add("setAt behind the end, n times", [](int n) {
         return once([&] {
             ZArray a;

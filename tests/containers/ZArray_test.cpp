@@ -134,6 +134,54 @@ TEST_F(ArrayTest, followsThePlainModel)
     EXPECT_EQ(arrays[0].getLibVersion(), 2U);
 }
 
+// Large enough for those in front of a removed entry to move instead of those behind it.
+TEST_F(ArrayTest, removesFromTheFrontAsThePlainModel)
+{
+    Dice random(2);
+    int differences = 0;
+    for (int round = 0; round < 60; ++round) {
+        ArrayProbe a;
+        Model m;
+        const int fresh = 80 + random.below(300);
+        for (int i = 0; i < fresh; ++i) {
+            const void* p = thing(random.below(round % 2 ? 2 : 4000));
+            a.add(p);
+            m.add(p);
+        }
+        if (round % 3 == 0) {
+            a.compact(); // no free slots but those that removing makes
+            m.resize(m.count);
+        }
+        for (int step = 0; step < 500; ++step) {
+            const void* p = thing(random.below(4000));
+            const int operation = random.below(round % 5 ? 40 : 1000);
+            if (operation == 0) {
+                a.add(p);
+                m.add(p);
+            } else if (operation == 1) {
+                differences += a.remove(m.count - 1) != m.remove(m.count - 1);
+            } else if (operation == 2) {
+                const int place = m.count + random.below(9);
+                a.setAt(place, p);
+                m.setAt(place, p);
+            } else if (operation == 3) {
+                ArrayProbe copy;
+                copy = a;
+                a = copy;
+            } else {
+                const int i = random.below(3) ? 0 : random.below(m.count / 2 + 1);
+                differences += a.remove(i) != m.remove(i);
+            }
+            differences += !same(a, m);
+        }
+        const int end = m.capacity() - 1;
+        a.setAt(end, thing(1)); // shows what removing left behind
+        m.setAt(end, thing(1));
+        differences += !same(a, m);
+    }
+    EXPECT_EQ(differences, 0);
+}
+
 // Kept: the slot that remove(int) vacates keeps its value, and setAt() behind it brings it back.
 TEST_F(ArrayTest, removeLeavesTheVacatedSlot)
 {
