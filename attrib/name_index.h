@@ -82,20 +82,21 @@ public:
         if (hasChains())
             m_covered.store(0, std::memory_order_relaxed);
     }
-    /// The entries i with is(i), which had the hash `from`, have `to`.
+    /// The entry i with is(i), which had the hash `from`, has `to`.
     template <class Is> void rename(std::uint32_t from, std::uint32_t to, Is is) noexcept
     {
         const int covered = m_covered.load(std::memory_order_relaxed);
         if (covered == 0)
             return;
         int left = covered > 0 ? mostSteps : 0;
-        int next = left ? m_buckets[from & m_mask].first : -1;
-        for (int i = next; i >= 0 && left > 0; i = next, --left) {
-            next = m_next[i];
-            if (is(i) && !move(i, m_buckets[from & m_mask], m_buckets[to & m_mask]))
-                left = 1;
-        }
-        if (left == 0)
+        int i = left ? m_buckets[from & m_mask].first : -1;
+        int last = left ? m_buckets[from & m_mask].last : -1;
+        for (; i >= 0 && left > 0 && !is(i); i = m_next[i], last = m_previous[last], --left)
+            if (is(last)) {
+                i = last;
+                break;
+            }
+        if (left == 0 || (i >= 0 && !move(i, m_buckets[from & m_mask], m_buckets[to & m_mask])))
             forget();
     }
     /// The last of `count` entries, which has that hash, is about to go.
@@ -131,7 +132,8 @@ private:
         std::int32_t last;
     };
     static constexpr int refused = -1;
-    static constexpr int mostSteps = 32; // along a chain whose entries have one name; then all is built anew
+    // Along a chain whose entries have one name, from either end; then all is built anew.
+    static constexpr int mostSteps = 32;
 
     bool isCurrent(int count) const noexcept { return m_covered.load(std::memory_order_acquire) == count; }
     bool isWorthIt(int count) const noexcept

@@ -327,6 +327,8 @@ public:
             return;
         m_base = baseHash(branch.m_owner);
         m_rel = relHash(branch.m_owner);
+        if (branch.m_rel)
+            AttribOps::watch(*branch.m_rel, 0);
         branch.m_bits &= static_cast<std::uint8_t>(~held);
     }
     Renaming(const Renaming&) = delete;
@@ -684,7 +686,7 @@ template <class Kind> std::uint16_t BranchCore<Kind>::nextWatcher() noexcept
 // A branch that may be renamed without this one's knowledge keeps the list unindexed.
 template <class Kind> bool BranchCore<Kind>::canBeIndexed(const Impl* child) const noexcept
 {
-    return child->m_bits & held && child->m_parent == m_owner && !(child->m_flags & 1);
+    return child->m_bits & held && child->m_parent == m_owner && !child->wasLinked();
 }
 
 template <class Kind>
@@ -833,6 +835,7 @@ template <class Kind> int BranchCore<Kind>::linkChild(const Branch* child, bool 
     if (!more.links.reserve(more.links.count() + 1) || !m_children.reserve(m_children.count() + 1))
         throwMemory();
     of(linked)->m_flags |= 1;
+    of(linked)->m_bits |= wasLinkedBit;
     if (replace) {
         const int at = findChild(full);
         if (at >= 0 && this->child(at) == child && !isLinked(child)) {
@@ -884,7 +887,7 @@ template <class Kind> void BranchCore<Kind>::removeChild(int index) noexcept
     else
         forgetChildren();
     m_children.removeAt(index);
-    const int link = m_extra ? m_extra->links.findLast(child) : -1;
+    const int link = child ? linkIndex(child) : -1;
     if (link >= 0)
         m_extra->links.removeAt(link);
     else
@@ -1080,7 +1083,7 @@ template <class Branch> using Way = platform::WorkStack<Step<Branch>>;
 
 template <class Core, class Branch> bool closesRing(Way<Branch>& way, const Branch* child)
 {
-    if (!(Core::of(child)->flags() & 1))
+    if (!Core::of(child)->wasLinked())
         return false;
     for (std::size_t i = 0; i < way.size(); ++i)
         if (way[i].branch == child)
@@ -1142,7 +1145,7 @@ template <class Kind> int BranchCore<Kind>::addTree(const Branch* src, bool with
             continue;
         }
         bool ring = false;
-        if (of(child)->flags() & 1)
+        if (of(child)->wasLinked())
             for (std::size_t i = 0; i < way.size() && !ring; ++i)
                 ring = way[i].from == child;
         Branch* copy = nullptr;

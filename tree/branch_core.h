@@ -93,6 +93,8 @@ public:
     // --- value ---
     int type() const noexcept { return m_type; }
     int flags() const noexcept { return m_flags; }
+    /// Whether it may be a link. The flag that callers see says so too, but an assignment takes it away.
+    bool wasLinked() const noexcept { return m_bits & wasLinkedBit; }
     template <class T> void setNumber(int type, T value) noexcept
     {
         dropValue();
@@ -148,7 +150,7 @@ public:
         int kept = 0;
         for (int i = 0; i < m_children.count(); ++i) {
             Branch* child = m_children.at(i);
-            const int link = child && m_extra && of(child)->m_flags & 1 ? m_extra->links.find(child) : -1;
+            const int link = child ? linkIndex(child) : -1;
             if (!child || !gone(child, link >= 0))
                 m_children.setAt(kept++, child);
             else if (link >= 0)
@@ -212,7 +214,8 @@ private:
         held = 8,         // stands among the children of m_parent, whose name index has to hear of a new name
         dying = 16,       // is being deleted from a list of dead branches
         roomyValue = 32,  // the block of the value has room up to the next power of two
-        parentHidden = 64, // m_parent is only who holds it: the caller has set no parent
+        parentHidden = 64,  // m_parent is only who holds it: the caller has set no parent
+        wasLinkedBit = 128, // some branch links it, or did
     };
     union Value {
         char c;
@@ -267,7 +270,12 @@ private:
     bool readNode(std::istream& in, std::uint32_t& children);
     bool readName(std::istream& in, std::uint32_t length);
     bool readAttribs(std::istream& in);
-    bool isLinked(const Branch* child) const noexcept { return m_extra && m_extra->links.find(child) >= 0; }
+    /// Where the child stands among the links, or -1.
+    int linkIndex(const Branch* child) const noexcept
+    {
+        return m_extra && of(child)->wasLinked() ? m_extra->links.find(child) : -1;
+    }
+    bool isLinked(const Branch* child) const noexcept { return linkIndex(child) >= 0; }
 
     std::uint8_t m_type = 0;
     std::uint8_t m_flags = 0;

@@ -181,7 +181,7 @@ void PathSearch::enterBelow(const Frame& frame)
     const int step = frame.step;
     if (Core::of(branch)->childCount() == 0)
         return;
-    if (Core::of(branch)->flags() & 1)
+    if (Core::of(branch)->wasLinked())
         for (std::size_t i = 0; i < m_frames.size(); ++i)
             if (m_frames[i].branch == branch && m_frames[i].step == step)
                 return; // a link back to a branch on the way

@@ -11,20 +11,28 @@
 
 namespace ztree {
 
-namespace detail {
-void throwNoMemory()
-{
-    throw structExcept(errMemory);
-}
-} // namespace detail
-
-namespace {
-
 using ztree_impl::AttribBatch;
 using ztree_impl::BranchCore;
 using ztree_impl::NarrowTree;
 using ztree_impl::TreeCore;
 using ztree_impl::WideTree;
+
+namespace detail {
+void throwNoMemory()
+{
+    throw structExcept(errMemory);
+}
+bool wasLinked(const ZTBranch& branch) noexcept
+{
+    return BranchCore<NarrowTree>::of(&branch)->wasLinked();
+}
+bool wasLinked(const ZTBranchW& branch) noexcept
+{
+    return BranchCore<WideTree>::of(&branch)->wasLinked();
+}
+} // namespace detail
+
+namespace {
 
 // Name, value and attributes; the caller deletes it.
 template <class Kind>
@@ -89,7 +97,7 @@ template <class Kind> typename Kind::Branch* copyAll(const typename Kind::Branch
                 throw;
             }
             bool ring = false;
-            if (Core::of(child)->flags() & 1)
+            if (Core::of(child)->wasLinked())
                 for (std::size_t i = 0; i < way.size() && !ring; ++i)
                     ring = way[i].from == child;
             if (!ring && Core::of(child)->childCount() && !way.push({child, copy, 0}))

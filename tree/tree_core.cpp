@@ -101,7 +101,7 @@ template <class Kind> typename Kind::Branch* TreeCore<Kind>::descend(const Branc
     if (!child)
         return descend(from.recall());
     // A walk visits children in turn: look where the last visit was before looking everywhere.
-    if (!(Core::of(child)->flags() & 1))
+    if (!Core::of(child)->wasLinked())
         for (int i = from.recall(); i <= from.recall() + 1; ++i)
             if (from.child(i) == child)
                 return descend(i);

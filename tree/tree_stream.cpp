@@ -230,7 +230,7 @@ template <class Sink> bool putTree(Sink& sink, const ZTBranch& root)
             else
                 way.pop();
         }
-        for (std::size_t i = 0; next && Core::of(next)->flags() & 1 && i < way.size(); ++i)
+        for (std::size_t i = 0; next && Core::of(next)->wasLinked() && i < way.size(); ++i)
             if (way[i].branch == next)
                 return false;
     }

@@ -55,7 +55,7 @@ void endTag(ZString& out, const Core& branch)
 
 bool isOpenAlready(Way& way, const ZTBranch* child)
 {
-    if (Core::of(child)->flags() & 1)
+    if (Core::of(child)->wasLinked())
         for (std::size_t i = 0; i < way.size(); ++i)
             if (way[i].branch == child)
                 return true; // a link back to a branch around it: the text would have no end

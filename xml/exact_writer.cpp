@@ -340,7 +340,7 @@ bool Writer::write(const ZTBranch& top)
             const Core& around = *Core::of(open.branch);
             if (open.next < around.childCount()) {
                 next = around.child(open.next++);
-                for (std::size_t i = 0; next && Core::of(next)->flags() & 1 && i < way.size(); ++i)
+                for (std::size_t i = 0; next && Core::of(next)->wasLinked() && i < way.size(); ++i)
                     if (way[i].branch == next)
                         return fail(XmlFault::unrepresented, "a link leads back to ", Core::of(next)->name());
                 continue;

@@ -554,7 +554,7 @@ int XmlFileCore<Kind>::writeBranch(const Branch* top, const Branch* identity, bo
             if (open.next < around.childCount()) {
                 next = around.child(open.next++);
                 // A link back to a branch around it would have no end.
-                for (std::size_t i = 0; next && BranchOf::of(next)->flags() & 1 && i < way.size(); ++i)
+                for (std::size_t i = 0; next && BranchOf::of(next)->wasLinked() && i < way.size(); ++i)
                     if (way[i].branch == next)
                         next = nullptr;
                 continue;

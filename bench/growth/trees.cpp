@@ -182,6 +182,29 @@ template <class T> void finding(Cases& add)
             root.getChild(name.c_str())->setName((text<Ch>("new") + name).c_str());
         check(root.findChild((text<Ch>("new") + all.back()).c_str()) == root.getChildCount() - 1, "found");
     });
+    among("look up and rename those of one name, from either end", [](Tree&, Branch& root, const All& all) {
+        const auto one = text<Ch>("one"), other = text<Ch>("other");
+        for (const auto& name : all) {
+            root.getChild(name.c_str())->setName(one.c_str());
+            keep(root.getChild(other.c_str()));
+        }
+        for (int i = static_cast<int>(all.size()); i-- > 0;) {
+            root.getChild(i)->setName(other.c_str());
+            check(root.findChild(other.c_str()) == i, "found");
+        }
+    });
+    among("look up by suffix and give another, by turns", [](Tree&, Branch& root, const All& all) {
+        for (int i = 0; i < static_cast<int>(all.size()); ++i)
+            root.getChild(i)->setName((text<Ch>("Item(") + all[i] + text<Ch>(")")).c_str());
+        for (const auto& name : all)
+            root.getChild((text<Ch>("Item(") + name + text<Ch>(")")).c_str())
+                ->setName((text<Ch>("Item(new") + name + text<Ch>(")")).c_str());
+    });
+    among("remove n by name, first first", [](Tree&, Branch& root, const All& all) {
+        for (const auto& name : all)
+            root.removeChild(name.c_str());
+        check(root.getChildCount() == 0, "removed");
+    });
     among("remove n by name, last first", [](Tree&, Branch& root, const All& all) {
         for (std::size_t i = all.size(); i-- > 0;)
             root.removeChild(all[i].c_str());

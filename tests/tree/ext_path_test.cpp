@@ -4,8 +4,10 @@
 #include <ztree/ext/xml.h>
 
 #include <climits>
+#include <cstdio>
 #include <cstring>
 #include <memory>
+#include <sstream>
 
 namespace {
 
@@ -319,9 +321,48 @@ TEST_F(PathTest, removesAllMatchesAtOnce)
     ZTBranch user("user");
     user.linkChild(shared, false);
     user.addChild(ZTBranch("s", 2), nullptr, false);
+    *shared = ZTBranch("s", 3); // takes the flag of a linked branch away
     EXPECT_EQ(ztree::remove(user, "s"), 2);
     EXPECT_EQ(user.getChildCount(), 0);
     EXPECT_EQ(owner.getChild(0), shared);
+    // Attributes that were read go in their order, and others come.
+    ZTree tree;
+    read(tree, "<r a='1' b='2' c='3' d='4'/>");
+    tree.root()->removeAttrib(0);
+    tree.root()->removeAttrib(0);
+    for (const char* name : {"e", "f", "g", "h"}) {
+        tree.root()->addAttrib(ZAttrib(name, "5"), false);
+        tree.root()->removeAttrib(1);
+    }
+    EXPECT_EQ(written(tree), "<r c=\"3\" h=\"5\"/>");
+}
+
+// A link back to a branch on the way ends every walk, also when an assignment took the branch's flag away.
+TEST_F(PathTest, ringsEnd)
+{
+    ZTree tree;
+    tree.set(new ZTBranch("r"));
+    ZTBranch& root = *tree.root();
+    ZTBranch* child = nullptr;
+    root.addChild(ZTBranch("c"), &child, false);
+    child->linkChild(&root, false);
+    root = ZTBranch("other");
+    EXPECT_EQ(root.getFlags(), 0);
+    std::string seen;
+    for (const ZTBranch* branch : ztree::descendants(root))
+        seen += branch->getName();
+    EXPECT_EQ(seen, "cother");
+    EXPECT_EQ(root.searchTree("nowhere"), nullptr);
+    EXPECT_EQ(all(tree, "//nowhere"), "");
+    EXPECT_EQ(std::unique_ptr<ZTBranch>(ztree::copyTree(root))->getChildCount(), 1);
+    ZString out;
+    EXPECT_FALSE(ztree::writeXml(tree, out));
+    std::ostringstream bytes;
+    EXPECT_FALSE(ztree::saveTree(tree, bytes));
+    treeText(&tree, ZString(), out);
+    SaveZTree("ring.out", &tree);
+    std::remove("ring.out");
+    child->removeChild(0);
 }
 
 TEST_F(PathTest, manySiblingsAndDeepTreesStayLinear)

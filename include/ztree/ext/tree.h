@@ -25,6 +25,9 @@ namespace ztree {
 
 namespace detail {
 [[noreturn]] ZTREE_API void throwNoMemory();
+/// Whether some branch links this one, or did, whatever its flags say since an assignment.
+ZTREE_API bool wasLinked(const ZTBranch& branch) noexcept;
+ZTREE_API bool wasLinked(const ZTBranchW& branch) noexcept;
 
 /// The way from a branch down to the one a walk stands on; some levels need no heap.
 template <class Branch> class BranchWay {
@@ -276,7 +279,7 @@ private:
     }
     bool closesRing() const noexcept
     {
-        if (m_current->getFlags() & 1)
+        if (detail::wasLinked(*m_current))
             for (std::size_t i = 0; i < m_way.size(); ++i)
                 if (m_way[i].branch == m_current)
                     return true;
