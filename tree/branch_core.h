@@ -144,19 +144,24 @@ public:
     int linkChild(const Branch* child, bool replace);
     int setChild(Branch* child, int index);
     void removeChild(int index) noexcept;
-    /// Takes the children for which gone(child, isLinked) is true out of the list, in one pass; deletes none.
+    /// Takes the children for which gone(child) is not null out of the list, in one pass, and says there
+    /// whether this branch owned the child; deletes none.
     template <class Gone> void takeChildren(Gone gone) noexcept
     {
         int kept = 0;
         for (int i = 0; i < m_children.count(); ++i) {
             Branch* child = m_children.at(i);
-            const int link = child ? linkIndex(child) : -1;
-            if (!child || !gone(child, link >= 0))
+            bool* const owned = child ? gone(child) : nullptr;
+            if (!owned) {
                 m_children.setAt(kept++, child);
-            else if (link >= 0)
-                m_extra->links.removeAt(link);
-            else
+                continue;
+            }
+            const int link = linkIndex(child);
+            *owned = link < 0;
+            if (*owned)
                 of(child)->letGo(m_owner);
+            else
+                m_extra->links.removeAt(link);
         }
         while (m_children.count() > kept)
             m_children.removeAt(m_children.count() - 1);

@@ -551,13 +551,12 @@ int removeBranches(const PathTarget& target, const Path::Body& path)
         Gone* last = first;
         while (last != end && last->parent == first->parent)
             ++last;
-        Core::of(first->parent)->takeChildren([&](ZTBranch* child, bool linked) {
+        Core::of(first->parent)->takeChildren([&](ZTBranch* child) -> bool* {
             Gone* at = std::lower_bound(first, last, Gone{first->parent, child, false});
             if (at == last || at->branch != child)
-                return false;
-            at->owned = !linked;
+                return nullptr;
             ++removed;
-            return true;
+            return &at->owned;
         });
         first = last;
     }

@@ -494,6 +494,15 @@ void paths(Cases& add)
             tree.root()->getChild(i)->addAttrib(ZAttrib("odd", "1"), false);
         return once([&] { check(ztree::remove(tree, "/root/*[@odd]") == n / 2, "removed"); });
     });
+    add("remove one of n links", [](int n) {
+        ZTree tree;
+        makeWide<Narrow>(tree, n, true);
+        ZTBranch links("links");
+        for (int i = 0; i < n; ++i)
+            links.linkChild(tree.root()->getChild(i), false);
+        links.getChild(n / 2)->addAttrib(ZAttrib("odd", "1"), false);
+        return once([&] { check(ztree::remove(links, "*[@odd]") == 1, "removed"); });
+    });
     add("remove //node of a deep tree", [](int n) {
         ZTree tree;
         makeDeep<Narrow>(tree, n);
